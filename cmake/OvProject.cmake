@@ -1,0 +1,64 @@
+# Project-wide settings and the helpers every folder uses.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+
+option(OV_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(OV_BENCH "Build the benchmarks" ON)
+
+find_program(OV_CCACHE ccache)
+if(OV_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${OV_CCACHE})
+endif()
+
+add_compile_options(-Wall -Wextra -Werror -Wno-unused-parameter)
+if(OV_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+enable_testing()
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+# Every folder's library code lands in one object pool, built once and linked twice: into the
+# shared component and into the static archive that unit tests link.
+set_property(GLOBAL PROPERTY OV_FAMILY_OBJECTS "")
+
+# ov_add_family(<folder> SOURCES ...): the folder's library sources.
+function(ov_add_family name)
+  cmake_parse_arguments(ARG "" "" "SOURCES" ${ARGN})
+  add_library(ov_${name} OBJECT ${ARG_SOURCES})
+  target_include_directories(ov_${name} PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
+  target_compile_options(ov_${name} PRIVATE -fvisibility=hidden -fvisibility-inlines-hidden)
+  add_dependencies(ov_${name} ov_generated)
+  set_property(GLOBAL APPEND PROPERTY OV_FAMILY_OBJECTS $<TARGET_OBJECTS:ov_${name}>)
+endfunction()
+
+# ov_add_tests(<name> SOURCES ... [LIBS ...] [ENV ...]): a GoogleTest binary registered with CTest.
+function(ov_add_tests name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;ENV" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES ENVIRONMENT "${ARG_ENV}")
+endfunction()
+
+# The component: one shared library exporting only the entry points of exports.map, and a static
+# archive of the same objects for unit tests.
+function(ov_add_component_library)
+  get_property(objects GLOBAL PROPERTY OV_FAMILY_OBJECTS)
+  add_library(ov200std64 SHARED ${objects})
+  set_target_properties(ov200std64 PROPERTIES PREFIX "" OUTPUT_NAME ov200std64 SUFFIX ".so")
+  target_link_options(ov200std64 PRIVATE
+    -Wl,--version-script=${PROJECT_SOURCE_DIR}/component/exports.map
+    -Wl,--no-undefined -Wl,-Bsymbolic)
+  set_property(TARGET ov200std64 APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/component/exports.map)
+  add_library(ov_core STATIC ${objects})
+  target_include_directories(ov_core PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
+endfunction()

@@ -1,0 +1,100 @@
+// The stand-in machine: loads the component by path exactly as the closed machine does, runs its
+// lifecycle, reads its descriptor tables as bytes and calls language functions by name.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/value.h"
+
+namespace ovhost {
+
+struct STOverloadInfo {
+    uint32_t dwResult = 0;               // whole type word
+    std::vector<uint32_t> tabArguments;  // whole type words
+    uint32_t dwArgumentWord = 0;         // as stored: count, variadic bit, bit 8
+    uint32_t dwFlags = 0;                // the word at offset 8 of the record
+    bool bVariadic = false;
+    bool bHasBody = false;               // non-null thunk
+};
+
+struct STFunctionInfo {
+    int nRow = 0;
+    uint32_t nNameNumber = 0;
+    std::string sName;
+    int nFunctionIndex = 0;
+    uint32_t dwAvailability = 0;
+    std::vector<STOverloadInfo> tabOverloads;
+    bool bHasBody() const;
+};
+
+struct STConstantInfo {
+    std::string sName;
+    uint32_t nNameNumber = 0;
+    uint64_t nStableNumber = 0;
+    uint32_t nTypeCode = 0;
+    CValue clValue;
+};
+
+struct STVariableInfo {
+    std::string sName;
+    uint32_t nNameNumber = 0;
+    int nIndex = 0;
+    uint32_t nTypeCode = 0;
+};
+
+struct STCallError {
+    int nLevel = 1;  // 1: no error
+    int nCode = 0;
+    std::wstring sMessage;
+    std::wstring sDebug;
+};
+
+struct STCallOutcome {
+    CValue clResult;
+    bool bError = false;  // the error object's level was not 1 after the call
+    STCallError stError;
+};
+
+class CStandInMachine {
+public:
+    CStandInMachine();
+    ~CStandInMachine();  // stops the component in the machine's order and unloads it
+    CStandInMachine(const CStandInMachine&) = delete;
+    CStandInMachine& operator=(const CStandInMachine&) = delete;
+
+    // dlopen, bInitLibrary, Execution(0xf91), the tables, pQueryProxy(60), bFinInitZKL.
+    // False with a message naming the path and the failing step.
+    bool bLoad(const std::string& sLibraryPath, std::string* psError);
+    void Unload();
+    bool bLoaded() const;
+
+    // The library next to the running executable, or $OV200STD64 when set.
+    static std::string s_sDefaultLibraryPath();
+
+    const std::vector<STFunctionInfo>& tabFunctions() const;
+    const std::vector<STConstantInfo>& tabConstants() const;
+    const std::vector<STVariableInfo>& tabVariables() const;
+    const STFunctionInfo* pstFindFunction(std::string_view sName) const;
+    const STConstantInfo* pstFindConstant(std::string_view sName) const;
+
+    // Picks an overload by argument count and types, converts, calls the thunk, reads the result
+    // pushed through SetRetour and the error object. By-reference arguments are written back into
+    // tabArguments. False (with a message) when the call cannot be made at all: unknown function,
+    // no overload for these arguments, no body on this platform. Language errors are outcomes.
+    bool bCall(std::string_view sName, std::vector<CValue>& tabArguments, STCallOutcome* pstOutcome,
+               std::string* psError);
+
+    // Readable form of a type word: "int", "text&", ...
+    static std::string s_sTypeWord(uint32_t dwType);
+
+    struct CImpl;
+
+private:
+    std::unique_ptr<CImpl> m_pclImpl;
+};
+
+}  // namespace ovhost
