@@ -46,6 +46,24 @@ struct STVariableInfo {
     uint32_t nTypeCode = 0;
 };
 
+struct STPropertyInfo {
+    std::string sName;
+    uint32_t nNameNumber = 0;
+    uint32_t dwIdentifier = 0;
+    uint32_t nTypeCode = 0;
+    uint32_t dwFlags = 0;
+    bool bGetter = false;
+    bool bSetter = false;
+    bool bForceSetter = false;
+};
+
+struct STClassInfo {
+    std::string sName;
+    uint32_t nNameNumber = 0;
+    std::string sTypeReference;
+    std::vector<STPropertyInfo> tabProperties;
+};
+
 struct STCallError {
     int nLevel = 1;  // 1: no error
     int nCode = 0;
@@ -57,6 +75,7 @@ struct STCallOutcome {
     CValue clResult;
     bool bError = false;  // the error object's level was not 1 after the call
     STCallError stError;
+    std::string sNote;  // what the machine could not take: unread result types, stray members
 };
 
 class CStandInMachine {
@@ -80,6 +99,12 @@ public:
     const std::vector<STVariableInfo>& tabVariables() const;
     const STFunctionInfo* pstFindFunction(std::string_view sName) const;
     const STConstantInfo* pstFindConstant(std::string_view sName) const;
+    const std::vector<STClassInfo>& tabClasses() const;
+    const std::vector<std::string>& tabTypeReferences() const;
+    // The answer of bFinInitZKL at load (the machine goes on either way, as the real one decides).
+    bool bFinInitResult() const;
+    // What nModeChaine answers the component: 1 (the default) for 16-bit-unit text functions.
+    void SetModeChaine(int nMode);
 
     // Picks an overload by argument count and types, converts, calls the thunk, reads the result
     // pushed through SetRetour and the error object. By-reference arguments are written back into

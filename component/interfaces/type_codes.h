@@ -6,62 +6,56 @@
 
 namespace ovtype {
 
-enum : uint32_t {
-    VOID = 0x00,         // result: nothing pushed
-    BOOL = 0x01,         // 32-bit int holding 0 or 1
-    INT = 0x08,          // 32-bit int
-    INT64 = 0x09,        // 64-bit int
-    MONEY = 0x0a,        // CMoney
-    REAL = 0x0c,         // double
-    HANDLE = 0x0e,       // handle kept as 64 bits
-    HWND = 0x0f,         // window handle
-    WTEXT = 0x10,        // result: wide text by pointer
-    CTEXT = 0x12,        // argument: char const*
-    ATEXT = 0x13,        // result: 8-bit text by pointer
-    DATE_TEXT = 0x18,    // variables: wide date text
-    TIME_TEXT = 0x19,    // variables: wide time text
-    DATETIME = 0x1a,     // CDateTime
-    DURATION = 0x1b,     // CDuree
-    BUFFER = 0x1c,       // CZKBIN
-    ANY = 0x1f,          // CAny
-    OBJECT = 0x2c,       // machine object
-    OBJECT2 = 0x2e,      // machine object
-    WINDOW = 0x39,       // machine window object
-    INTARRAY = 0x40,     // variables: CZKINTArray
-    PROCEDURE = 0x43,    // wchar_t const*, a procedure name to call back
-    AUTO_TEXT = 0x4b,    // result pushed by the method as 0x10, 0x13 or 0x1c
-    MANIP2 = 0x4d,       // STManipAUB const*
-    MANIP = 0x50,        // STManipAUB const*
-    WPSZ = 0x59,         // wchar_t const*
-    TYPED_OBJECT = 0x67, // object with a type reference
-    TYPED_OBJECT2 = 0x6f,
-    OBJECT_ARRAY = 0x70,
-    STRING = 0x79,       // CXYString<wchar_t> result, by value argument
-    TEXT = 0x7a,         // wchar_t const*
-    GAUGE = 0x7b,        // IJaugeExec*
-    IMAGE = 0x7c,        // IImageZK*
-    SYS_STRING = 0x7e,   // result CXYString<wchar_t>, argument wchar_t const*
-    SYS_TEXT = 0x7f,     // wchar_t const*
-    FREE_STRING = 0x82,  // CXYString<wchar_t>
-    FREE_TEXT = 0x83,    // wchar_t const*
-    STRUCT = 0x8c,       // structured value made with pxCreeStructureRetour
-};
+    inline constexpr uint32_t VOID = 0x00;         // result: nothing pushed
+    inline constexpr uint32_t BOOL = 0x01;         // 32-bit int holding 0 or 1
+    inline constexpr uint32_t INT = 0x08;          // 32-bit int
+    inline constexpr uint32_t INT64 = 0x09;        // 64-bit int
+    inline constexpr uint32_t MONEY = 0x0a;        // CMoney
+    inline constexpr uint32_t REAL = 0x0c;         // double
+    inline constexpr uint32_t HANDLE = 0x0e;       // handle kept as 64 bits
+    inline constexpr uint32_t HWND = 0x0f;         // window handle
+    inline constexpr uint32_t WTEXT = 0x10;        // result: wide text by pointer
+    inline constexpr uint32_t CTEXT = 0x12;        // argument: char const*
+    inline constexpr uint32_t ATEXT = 0x13;        // result: 8-bit text by pointer
+    inline constexpr uint32_t DATE_TEXT = 0x18;    // variables: wide date text
+    inline constexpr uint32_t TIME_TEXT = 0x19;    // variables: wide time text
+    inline constexpr uint32_t DATETIME = 0x1a;     // CDateTime
+    inline constexpr uint32_t DURATION = 0x1b;     // CDuree
+    inline constexpr uint32_t BUFFER = 0x1c;       // CZKBIN
+    inline constexpr uint32_t ANY = 0x1f;          // CAny
+    inline constexpr uint32_t OBJECT = 0x2c;       // machine object
+    inline constexpr uint32_t OBJECT2 = 0x2e;      // machine object
+    inline constexpr uint32_t WINDOW = 0x39;       // machine window object
+    inline constexpr uint32_t INTARRAY = 0x40;     // variables: CZKINTArray
+    inline constexpr uint32_t PROCEDURE = 0x43;    // wchar_t const*, a procedure name to call back
+    inline constexpr uint32_t AUTO_TEXT = 0x4b;    // result pushed by the method as 0x10, 0x13 or 0x1c
+    inline constexpr uint32_t MANIP2 = 0x4d;       // STManipAUB const*
+    inline constexpr uint32_t MANIP = 0x50;        // STManipAUB const*
+    inline constexpr uint32_t WPSZ = 0x59;         // wchar_t const*
+    inline constexpr uint32_t TYPED_OBJECT = 0x67; // object with a type reference
+    inline constexpr uint32_t TYPED_OBJECT2 = 0x6f;
+    inline constexpr uint32_t OBJECT_ARRAY = 0x70;
+    inline constexpr uint32_t STRING = 0x79;       // CXYString<wchar_t> result, by value argument
+    inline constexpr uint32_t TEXT = 0x7a;         // wchar_t const*
+    inline constexpr uint32_t GAUGE = 0x7b;        // IJaugeExec*
+    inline constexpr uint32_t IMAGE = 0x7c;        // IImageZK*
+    inline constexpr uint32_t SYS_STRING = 0x7e;   // result CXYString<wchar_t>, argument wchar_t const*
+    inline constexpr uint32_t SYS_TEXT = 0x7f;     // wchar_t const*
+    inline constexpr uint32_t FREE_STRING = 0x82;  // CXYString<wchar_t>
+    inline constexpr uint32_t FREE_TEXT = 0x83;    // wchar_t const*
+    inline constexpr uint32_t STRUCT = 0x8c;       // structured value made with pxCreeStructureRetour
 
 // Bits of a type word above the code.
-enum : uint32_t {
-    CODE_MASK = 0xff,
-    FLAG_PARAM_MARK = 0x200,   // ignored by thunks
-    FLAG_BY_REFERENCE = 0x4000,
-    FLAG_MACHINE_MARK = 0x8000, // ignored by thunks
-    TYPEREF_SHIFT = 16,
-};
+    inline constexpr uint32_t CODE_MASK = 0xff;
+    inline constexpr uint32_t FLAG_PARAM_MARK = 0x200;   // ignored by thunks
+    inline constexpr uint32_t FLAG_BY_REFERENCE = 0x4000;
+    inline constexpr uint32_t FLAG_MACHINE_MARK = 0x8000; // ignored by thunks
+    inline constexpr uint32_t TYPEREF_SHIFT = 16;
 
 // Argument word of an overload record.
-enum : uint32_t {
-    ARGS_COUNT_MASK = 0x7f,
-    ARGS_VARIADIC = 0x80,
-    ARGS_BIT8 = 0x100,
-};
+    inline constexpr uint32_t ARGS_COUNT_MASK = 0x7f;
+    inline constexpr uint32_t ARGS_VARIADIC = 0x80;
+    inline constexpr uint32_t ARGS_BIT8 = 0x100;
 
 struct STTypeName {
     uint32_t nCode;

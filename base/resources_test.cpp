@@ -1,0 +1,237 @@
+// Message resources: lookup in a record block (sound, truncated and corrupt), decoding, the
+// machine's provider, and formatting of numbered messages.
+#include "base/resources.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/internal/test_resource_block.h"
+#include "base/tstring.h"
+
+namespace {
+
+using base_internal::sUtf16Le;
+using base_internal::tabConstruitBloc;
+
+const std::vector<uint8_t>& tabBlocTest() {
+    static const std::vector<uint8_t> s_tabBloc = tabConstruitBloc({
+        {257, 0, "START"},
+        {1000, 0x01, "Le fichier n°%d « %s » n'est pas ouvert."},
+        {1001, 0x42, sUtf16Le(u"Réservé à l'administrateur \U0001D11E")},
+        {1002, 0x00, ""},
+        {1003, 0x03, "%d fichier copié\n§\n%d fichiers copiés"},
+        {1004, 0x00, "a\xFF" "b\xE9"},
+        {65535, 0, "STOP"},
+    });
+    return s_tabBloc;
+}
+
+bool bRessourceTest(STRessourceModule& stRessource) {
+    static const CResAnsiIndex s_clIndex(tabBlocTest().data(), tabBlocTest().size());
+    return s_clIndex.bCherche(stRessource);
+}
+
+const _stMyModuleInfo gstModuleTest = {
+    nullptr, 0, 77, "test.so", "1.2.3", bRessourceTest, nullptr, nullptr, 1, nullptr, nullptr, nullptr,
+    nullptr, nullptr, nullptr, nullptr,
+};
+
+// The block copied into a heap block of exactly its size, so that a read past the end is caught.
+struct STBlocExact {
+    explicit STBlocExact(const std::vector<uint8_t>& tabBloc, size_t nTaille)
+        : pbyOctets(new uint8_t[nTaille]), nTaille(nTaille) {
+        memcpy(pbyOctets.get(), tabBloc.data(), nTaille);
+    }
+    bool bTrouve(unsigned int nId) const {
+        STRessourceModule stRessource{nId, nullptr, 0, 0, -1};
+        return bGetResAnsiBlock(pbyOctets.get(), nTaille, stRessource);
+    }
+    std::unique_ptr<uint8_t[]> pbyOctets;
+    size_t nTaille;
+};
+
+TEST(ResourceBlock, FindsEveryRecordIncludingTheEndMarkers) {
+    struct STCas {
+        int nLigne;
+        unsigned int nId;
+        bool bTrouve;
+        int nUtilisation;
+        uint32_t dwFormat;
+    } const astCas[] = {
+        {__LINE__, 257, true, 0, RESSOURCE_FORMAT_UTF8},    {__LINE__, 65535, true, 0, RESSOURCE_FORMAT_UTF8},
+        {__LINE__, 1000, true, 1, RESSOURCE_FORMAT_UTF8},   {__LINE__, 1001, true, 2, RESSOURCE_FORMAT_UTF16},
+        {__LINE__, 1003, true, 3, RESSOURCE_FORMAT_UTF8},   {__LINE__, 999, false, -1, 0},
+        {__LINE__, 256, false, -1, 0},                      {__LINE__, 65536 + 1000, false, -1, 0},
+    };
+    for (const auto& stCas : astCas) {
+        STRessourceModule stRessource{stCas.nId, nullptr, 0, 0, -1};
+        EXPECT_EQ(bGetResAnsiBlock(tabBlocTest().data(), tabBlocTest().size(), stRessource), stCas.bTrouve)
+            << "line " << stCas.nLigne;
+        EXPECT_EQ(stRessource.nUtilisation, stCas.nUtilisation) << "line " << stCas.nLigne;
+        if (stCas.bTrouve) {
+            EXPECT_EQ(stRessource.dwFormat, stCas.dwFormat) << "line " << stCas.nLigne;
+        }
+    }
+    EXPECT_EQ(DLLRES_nGetUtilisation(&gstModuleTest, 1003), 3);
+    EXPECT_EQ(DLLRES_nGetUtilisation(&gstModuleTest, 4242), -1);
+    EXPECT_EQ(DLLRES_nGetUtilisation(nullptr, 1003), -1);
+}
+
+TEST(ResourceBlock, DecodesUtf8AndUtf16Texts) {
+    struct STCas {
+        int nLigne;
+        unsigned int nId;
+        const wchar_t* pszAttendu;
+    } const astCas[] = {
+        {__LINE__, 1000, L"Le fichier n°%d « %s » n'est pas ouvert."},
+        {__LINE__, 1001, L"Réservé à l'administrateur \U0001D11E"},
+        {__LINE__, 1002, L""},
+        {__LINE__, 1004, L"a\uFFFDb\uFFFD"},  // malformed bytes read as replacement characters
+    };
+    for (const auto& stCas : astCas) {
+        CTString clTexte(L"avant");
+        EXPECT_TRUE(DLLRES_bLoadString(&gstModuleTest, stCas.nId, &clTexte)) << "line " << stCas.nLigne;
+        EXPECT_STREQ(clTexte.pszGet(), stCas.pszAttendu) << "line " << stCas.nLigne;
+    }
+    STRessourceModule stInconnu{0, nullptr, 0, 9, -1};
+    CTString clTexte;
+    EXPECT_FALSE(bDecodeRessource(stInconnu, &clTexte));
+}
+
+TEST(ResourceBlock, StopsTheWalkAtTheFirstUnsoundRecord) {
+    const std::vector<uint8_t> tabSain = tabConstruitBloc({{10, 0, "un"}, {20, 0, "deux"}, {30, 0, "trois"}});
+    // Offsets: record 10 at 0 (9 bytes), 20 at 9 (11 bytes), 30 at 20 (12 bytes), end mark at 32.
+    EXPECT_TRUE(STBlocExact(tabSain, tabSain.size()).bTrouve(30));
+    EXPECT_TRUE(STBlocExact(tabSain, 32).bTrouve(30)) << "a block without end mark ends with its size";
+
+    const STBlocExact stTronque(tabSain, 25);
+    EXPECT_TRUE(stTronque.bTrouve(10));
+    EXPECT_TRUE(stTronque.bTrouve(20));
+    EXPECT_FALSE(stTronque.bTrouve(30)) << "a record running past the end is not read";
+    EXPECT_FALSE(STBlocExact(tabSain, 1).bTrouve(10));
+
+    std::vector<uint8_t> tabCourt = tabSain;
+    tabCourt[9] = 3;  // record 20 claims fewer bytes than its own header
+    EXPECT_TRUE(STBlocExact(tabCourt, tabCourt.size()).bTrouve(10));
+    EXPECT_FALSE(STBlocExact(tabCourt, tabCourt.size()).bTrouve(20));
+    EXPECT_FALSE(STBlocExact(tabCourt, tabCourt.size()).bTrouve(30));
+
+    std::vector<uint8_t> tabDonneesLongues = tabSain;
+    tabDonneesLongues[9 + 5] = 200;  // data length of record 20 past its record
+    EXPECT_FALSE(STBlocExact(tabDonneesLongues, tabDonneesLongues.size()).bTrouve(20));
+
+    const std::vector<uint8_t> tabDesordre = tabConstruitBloc({{10, 0, "a"}, {30, 0, "b"}, {20, 0, "c"}});
+    EXPECT_TRUE(STBlocExact(tabDesordre, tabDesordre.size()).bTrouve(30));
+    EXPECT_FALSE(STBlocExact(tabDesordre, tabDesordre.size()).bTrouve(20));
+
+    STRessourceModule stRessource{10, nullptr, 0, 0, -1};
+    EXPECT_FALSE(bGetResAnsiBlock(nullptr, 100, stRessource));
+}
+
+TEST(ResourceLoad, MissingResourceLeavesTheTargetUntouched) {
+    CTString clTexte(L"inchangé");
+    EXPECT_FALSE(DLLRES_bLoadString(&gstModuleTest, 4242, &clTexte));
+    EXPECT_FALSE(DLLRES_bLoadString(nullptr, 1000, &clTexte));
+    EXPECT_FALSE(DLLRES_bFormatMessage(&gstModuleTest, 4242, &clTexte, 1));
+    EXPECT_STREQ(clTexte.pszGet(), L"inchangé");
+    wchar_t* pszTexte = reinterpret_cast<wchar_t*>(1);
+    EXPECT_EQ(DLLRES_nFormatMessage(&gstModuleTest, 4242, &pszTexte, 1), 0);
+    EXPECT_EQ(pszTexte, nullptr);
+}
+
+TEST(ResourceLoad, CopiesIntoACallersBufferCutToFit) {
+    wchar_t szBuffer[8];
+    EXPECT_EQ(DLLRES_nLoadString(&gstModuleTest, 1001, szBuffer, 8), 7);
+    EXPECT_STREQ(szBuffer, L"Réservé");
+    EXPECT_EQ(DLLRES_nLoadString(&gstModuleTest, 4242, szBuffer, 8), 0);
+    EXPECT_EQ(DLLRES_nLoadString(&gstModuleTest, 1001, szBuffer, 0), 0);
+}
+
+TEST(ResourceFormat, FormatsResourceTextsWithWideParameters) {
+    CTString clTexte;
+    ASSERT_TRUE(DLLRES_bFormatMessage(&gstModuleTest, 1000, &clTexte, 3, L"été \U0001D11E.txt"));
+    EXPECT_STREQ(clTexte.pszGet(), L"Le fichier n°3 « été \U0001D11E.txt » n'est pas ouvert.");
+
+    wchar_t* pszTexte = nullptr;
+    const int nLongueur = DLLRES_nFormatMessage(&gstModuleTest, 1000, &pszTexte, 12, L"à");
+    ASSERT_NE(pszTexte, nullptr);
+    EXPECT_EQ(nLongueur, static_cast<int>(wcslen(pszTexte)));
+    EXPECT_STREQ(pszTexte, L"Le fichier n°12 « à » n'est pas ouvert.");
+    free(pszTexte);
+}
+
+unsigned int dwFormateDirect(CTString* pclTexte, const wchar_t* pszFormat, ...) {
+    va_list pArguments;
+    va_start(pArguments, pszFormat);
+    const unsigned int dwLongueur = DLLRES_dwFormatMessage(pszFormat, pclTexte, pArguments);
+    va_end(pArguments);
+    return dwLongueur;
+}
+
+TEST(ResourceFormat, FormatsAnAlreadyLoadedText) {
+    CTString clTexte;
+    EXPECT_EQ(dwFormateDirect(&clTexte, L"%s : %d", L"Durée", 5), 9u);
+    EXPECT_STREQ(clTexte.pszGet(), L"Durée : 5");
+}
+
+TEST(ResourceFormat, PicksTheSingularOrPluralVariant) {
+    CTString clTexte;
+    ASSERT_TRUE(DLLRES_bFormatMessageSingulierPluriel(&gstModuleTest, 0, 1003, &clTexte, 1));
+    EXPECT_STREQ(clTexte.pszGet(), L"1 fichier copié");
+    ASSERT_TRUE(DLLRES_bFormatMessageSingulierPluriel(&gstModuleTest, 1, 1003, &clTexte, 4));
+    EXPECT_STREQ(clTexte.pszGet(), L"4 fichiers copiés");
+    EXPECT_FALSE(DLLRES_bFormatMessageSingulierPluriel(&gstModuleTest, 2, 1003, &clTexte, 4));
+    EXPECT_STREQ(clTexte.pszGet(), L"4 fichiers copiés");
+}
+
+// A stand-in for the machine's message provider.
+int nFournisseurTest(unsigned int nId, wchar_t* pszBuffer, int nTaille) {
+    static const std::wstring s_sLong = std::wstring(300, L'é') + L"\U0001D11E";
+    const wchar_t* pszTexte;
+    switch (nId) {
+        case 1000: pszTexte = L"Fichier %d fermé"; break;
+        case 2000: pszTexte = s_sLong.c_str(); break;
+        default: return 0;
+    }
+    const int nLongueur = static_cast<int>(wcslen(pszTexte));
+    if (nLongueur > nTaille) return nLongueur;  // asks for room
+    wmemcpy(pszBuffer, pszTexte, static_cast<size_t>(nLongueur));
+    if (nLongueur < nTaille) pszBuffer[nLongueur] = 0;
+    return nLongueur;
+}
+
+class ResourceProvider : public testing::Test {
+protected:
+    void SetUp() override { gpfnLoadStringOVM = nFournisseurTest; }
+    void TearDown() override { gpfnLoadStringOVM = nullptr; }
+};
+
+TEST_F(ResourceProvider, OverridesTheLibrarysOwnTexts) {
+    CTString clTexte;
+    ASSERT_TRUE(DLLRES_bFormatMessage(&gstModuleTest, 1000, &clTexte, 8));
+    EXPECT_STREQ(clTexte.pszGet(), L"Fichier 8 fermé");
+}
+
+TEST_F(ResourceProvider, AnswerOfZeroFallsThroughToTheLibrarysText) {
+    wchar_t szBuffer[64];
+    EXPECT_EQ(DLLRES_nLoadString(&gstModuleTest, 1001, szBuffer, 64), 28);
+    EXPECT_STREQ(szBuffer, L"Réservé à l'administrateur \U0001D11E");
+    EXPECT_EQ(OVM_nLoadString(1001, szBuffer, 64), 0);
+}
+
+TEST_F(ResourceProvider, LongTextIsFetchedAgainWithTheRoomItAskedFor) {
+    CTString clTexte;
+    ASSERT_TRUE(OVM_bLoadString(2000, &clTexte));
+    EXPECT_EQ(clTexte.nTaille(), 301);
+    EXPECT_EQ(clTexte.pszGet()[300], static_cast<wchar_t>(0x1D11E));
+    wchar_t szBuffer[4];
+    EXPECT_EQ(OVM_nLoadString(2000, szBuffer, 4), 3);
+    EXPECT_STREQ(szBuffer, L"ééé");
+}
+
+}  // namespace

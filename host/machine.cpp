@@ -1,0 +1,828 @@
+// The stand-in machine: loading the component, its lifecycle, and calls by name with overload
+// choice and argument conversion.
+#include "host/machine.h"
+
+#include <dlfcn.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <unordered_map>
+
+#include "component/interfaces/machine.h"
+#include "component/interfaces/type_codes.h"
+#include "host/allocator.h"
+#include "host/table_reader.h"
+#include "host/vm.h"
+
+namespace ovhost {
+namespace {
+
+using PFNBINITLIBRARY = int (*)(void* hModule);
+using PFNTERMLIBRARY = void (*)();
+using PFNINFOCOMPOSANTE = intptr_t (*)(unsigned int nSelecteur, unsigned long nIndex);
+using PFNQUERYPROXY = void* (*)(int nNumero);
+
+constexpr int kProxyLanguageObject = 60;
+constexpr int kLevelNoError = 1;
+
+// The argument record of the codes that take text, 8-bit text or binary alike.
+struct STManipAUB {
+    void* pBloc;
+    uint16_t nType;
+};
+
+// One component library as loaded in this process. Several machines may share it: the library's
+// own start (bInitLibrary) and end (TermLibrary) run once, for the first and the last of them,
+// since running bInitLibrary twice would chain the library's signal handler onto itself.
+struct STModule {
+    void* hModule = nullptr;
+    int nMachines = 0;
+    PFNBINITLIBRARY pfnInitLibrary = nullptr;
+    PFNTERMLIBRARY pfnTermLibrary = nullptr;
+    PFNEXECUTION pfnExecution = nullptr;
+    PFNINFOCOMPOSANTE pfnInfoComposante = nullptr;
+    PFNQUERYPROXY pfnQueryProxy = nullptr;
+};
+
+std::mutex gmutexModules;
+std::map<void*, STModule> gmapModules;
+
+void MachineModuleAnchor() {}
+
+// The handle of this machine library, which the component searches for the machine's Execution.
+void* hOwnModule(std::string* psError) {
+    Dl_info stInfo{};
+    if (dladdr(reinterpret_cast<void*>(&MachineModuleAnchor), &stInfo) == 0 || stInfo.dli_fname == nullptr) {
+        *psError = "dladdr found no module for the machine";
+        return nullptr;
+    }
+    void* h = dlopen(stInfo.dli_fname, RTLD_NOLOAD | RTLD_NOW);
+    if (h == nullptr) *psError = std::string("dlopen of the machine's own module: ") + dlerror();
+    return h;
+}
+
+std::string sLower(std::string_view s) {
+    std::string sOut(s);
+    for (char& c : sOut)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return sOut;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Text and number conversions between a CValue and a type code.
+
+std::wstring sWideFromBytes(const std::string& s) {
+    // UTF-8 when the bytes are valid UTF-8, else one character per byte.
+    std::wstring sOut;
+    size_t i = 0;
+    while (i < s.size()) {
+        const unsigned char c = static_cast<unsigned char>(s[i]);
+        const int nSuite = c < 0x80 ? 0 : (c >> 5) == 6 ? 1 : (c >> 4) == 14 ? 2 : (c >> 3) == 30 ? 3 : -1;
+        if (nSuite < 0 || i + static_cast<size_t>(nSuite) >= s.size()) break;
+        uint32_t n = nSuite == 0 ? c : c & (0x3f >> nSuite);
+        bool bOk = true;
+        for (int k = 1; k <= nSuite; ++k) {
+            const unsigned char cs = static_cast<unsigned char>(s[i + static_cast<size_t>(k)]);
+            if ((cs & 0xc0) != 0x80) bOk = false;
+            n = (n << 6) | (cs & 0x3f);
+        }
+        const uint32_t nMin[] = {0, 0x80, 0x800, 0x10000};
+        if (!bOk || n < nMin[nSuite] || n > 0x10ffff || (n >= 0xd800 && n <= 0xdfff)) break;
+        sOut.push_back(static_cast<wchar_t>(n));
+        i += static_cast<size_t>(nSuite) + 1;
+    }
+    if (i == s.size()) return sOut;
+    sOut.clear();
+    for (char c : s) sOut.push_back(static_cast<wchar_t>(static_cast<unsigned char>(c)));
+    return sOut;
+}
+
+std::string sUtf8(const std::wstring& s) {
+    std::string sOut;
+    for (wchar_t wc : s) {
+        uint32_t n = static_cast<uint32_t>(wc);
+        if (n > 0x10ffff || (n >= 0xd800 && n <= 0xdfff)) n = 0xfffd;
+        if (n < 0x80) {
+            sOut.push_back(static_cast<char>(n));
+        } else if (n < 0x800) {
+            sOut.push_back(static_cast<char>(0xc0 | (n >> 6)));
+            sOut.push_back(static_cast<char>(0x80 | (n & 0x3f)));
+        } else if (n < 0x10000) {
+            sOut.push_back(static_cast<char>(0xe0 | (n >> 12)));
+            sOut.push_back(static_cast<char>(0x80 | ((n >> 6) & 0x3f)));
+            sOut.push_back(static_cast<char>(0x80 | (n & 0x3f)));
+        } else {
+            sOut.push_back(static_cast<char>(0xf0 | (n >> 18)));
+            sOut.push_back(static_cast<char>(0x80 | ((n >> 12) & 0x3f)));
+            sOut.push_back(static_cast<char>(0x80 | ((n >> 6) & 0x3f)));
+            sOut.push_back(static_cast<char>(0x80 | (n & 0x3f)));
+        }
+    }
+    return sOut;
+}
+
+std::string sNarrowAscii(const std::wstring& s) {
+    std::string sOut;
+    for (wchar_t c : s) {
+        if (c < 0 || c >= 0x80) return {};
+        sOut.push_back(static_cast<char>(c));
+    }
+    return sOut;
+}
+
+struct STNumber {
+    bool bInteger = true;
+    int64_t n = 0;
+    double d = 0;
+};
+
+// A number written in a text: optional blanks, then an integer or a decimal in C form.
+bool bParseNumber(std::string s, STNumber* pst) {
+    const size_t nDebut = s.find_first_not_of(" \t");
+    if (nDebut == std::string::npos) return false;
+    s = s.substr(nDebut, s.find_last_not_of(" \t") - nDebut + 1);
+    const char* pDebut = s.data();
+    const char* pFin = s.data() + s.size();
+    if (*pDebut == '+') ++pDebut;
+    int64_t n = 0;
+    auto [pI, ecI] = std::from_chars(pDebut, pFin, n);
+    if (ecI == std::errc() && pI == pFin) {
+        *pst = {true, n, static_cast<double>(n)};
+        return true;
+    }
+    double d = 0;
+    auto [pD, ecD] = std::from_chars(pDebut, pFin, d);
+    if (ecD != std::errc() || pD != pFin || !std::isfinite(d)) return false;
+    *pst = {false, 0, d};
+    return true;
+}
+
+// The value as a number, with the cost of taking it so: 0 a number kind, 2 money, 3 a numeric
+// text, 4 null. False when it is no number.
+bool bAsNumber(const CValue& v, STNumber* pst, int* pnCost) {
+    switch (v.eKind) {
+        case EValueKind::Bool:
+        case EValueKind::Int:
+        case EValueKind::Int64:
+            *pst = {true, v.nInteger, static_cast<double>(v.nInteger)};
+            *pnCost = 0;
+            return true;
+        case EValueKind::Real:
+            *pst = {false, 0, v.dReal};
+            *pnCost = 0;
+            return std::isfinite(v.dReal);
+        case EValueKind::Money:
+            *pnCost = 2;
+            return bParseNumber(sNarrowAscii(v.sText), pst);
+        case EValueKind::Text:
+            *pnCost = 3;
+            return bParseNumber(sNarrowAscii(v.sText), pst);
+        case EValueKind::Ansi:
+            *pnCost = 3;
+            return bParseNumber(v.sBytes, pst);
+        case EValueKind::Null:
+            *pst = {};
+            *pnCost = 4;
+            return true;
+        default:
+            return false;
+    }
+}
+
+// An integer from a number: reals are truncated toward zero.
+bool bToInteger(const STNumber& st, int64_t nMin, int64_t nMax, int64_t* pn) {
+    if (st.bInteger) {
+        if (st.n < nMin || st.n > nMax) return false;
+        *pn = st.n;
+        return true;
+    }
+    const double d = std::trunc(st.d);
+    if (!(d >= static_cast<double>(nMin) && d <= static_cast<double>(nMax))) return false;
+    *pn = static_cast<int64_t>(d);
+    return true;
+}
+
+std::wstring sNumberText(const CValue& v) {
+    if (v.eKind == EValueKind::Real) {
+        char sz[64];
+        auto [p, ec] = std::to_chars(sz, sz + sizeof sz, v.dReal);
+        return ec == std::errc() ? std::wstring(sz, p) : std::wstring();
+    }
+    return std::to_wstring(v.nInteger);
+}
+
+// The value as wide text, with its cost: 0 text, 1 8-bit text, 2 a number or date written out,
+// 4 null. False for binary and multiple values.
+bool bAsWide(const CValue& v, std::wstring* ps, int* pnCost) {
+    switch (v.eKind) {
+        case EValueKind::Text: *ps = v.sText; *pnCost = 0; return true;
+        case EValueKind::Ansi: *ps = sWideFromBytes(v.sBytes); *pnCost = 1; return true;
+        case EValueKind::Bool:
+        case EValueKind::Int:
+        case EValueKind::Int64:
+        case EValueKind::Real: *ps = sNumberText(v); *pnCost = 2; return true;
+        case EValueKind::Money:
+        case EValueKind::Date:
+        case EValueKind::Time:
+        case EValueKind::DateTime:
+        case EValueKind::Duration: *ps = v.sText; *pnCost = 2; return true;
+        case EValueKind::Null: ps->clear(); *pnCost = 4; return true;
+        default: return false;
+    }
+}
+
+enum class ECategory { Bool, Int32, Int64, Real, WidePointer, CountedWide, Utf8, Binary, Manip, Unsupported };
+
+ECategory eCategory(uint32_t dwType) {
+    switch (dwType & ovtype::CODE_MASK) {
+        case ovtype::BOOL: return ECategory::Bool;
+        case ovtype::INT: return ECategory::Int32;
+        case ovtype::INT64:
+        case ovtype::HANDLE: return ECategory::Int64;
+        case ovtype::REAL: return ECategory::Real;
+        case ovtype::PROCEDURE:
+        case ovtype::WPSZ:
+        case ovtype::TEXT:
+        case ovtype::SYS_STRING:
+        case ovtype::SYS_TEXT:
+        case ovtype::FREE_TEXT: return ECategory::WidePointer;
+        case ovtype::STRING:
+        case ovtype::FREE_STRING: return ECategory::CountedWide;
+        case ovtype::CTEXT: return ECategory::Utf8;
+        case ovtype::BUFFER: return ECategory::Binary;
+        case ovtype::MANIP:
+        case ovtype::MANIP2: return ECategory::Manip;
+        default: return ECategory::Unsupported;
+    }
+}
+
+// How well a value converts to a type code: 0 exact, higher worse, -1 not at all.
+int nFitCost(const CValue& v, uint32_t dwType) {
+    const ECategory e = eCategory(dwType);
+    STNumber st;
+    int nCost = 0;
+    int64_t n = 0;
+    std::wstring s;
+    switch (e) {
+        case ECategory::Bool:
+            if (v.eKind == EValueKind::Bool) return 0;
+            if (!bAsNumber(v, &st, &nCost)) return -1;
+            return nCost == 0 ? (st.bInteger ? 1 : 2) : nCost;
+        case ECategory::Int32:
+        case ECategory::Int64: {
+            const bool b32 = e == ECategory::Int32;
+            if (v.eKind == (b32 ? EValueKind::Int : EValueKind::Int64)) return 0;
+            if (!bAsNumber(v, &st, &nCost)) return -1;
+            if (!bToInteger(st, b32 ? INT32_MIN : INT64_MIN, b32 ? INT32_MAX : INT64_MAX, &n)) return -1;
+            return nCost == 0 ? (st.bInteger ? 1 : 2) : nCost;
+        }
+        case ECategory::Real:
+            if (v.eKind == EValueKind::Real) return 0;
+            if (!bAsNumber(v, &st, &nCost)) return -1;
+            return nCost == 0 ? 1 : nCost;
+        case ECategory::WidePointer:
+        case ECategory::CountedWide:
+            return bAsWide(v, &s, &nCost) ? nCost : -1;
+        case ECategory::Utf8:
+            if (v.eKind == EValueKind::Ansi) return 0;
+            return bAsWide(v, &s, &nCost) ? nCost : -1;
+        case ECategory::Binary:
+            switch (v.eKind) {
+                case EValueKind::Buffer: return 0;
+                case EValueKind::Ansi: return 1;
+                case EValueKind::Text: return 2;
+                case EValueKind::Null: return 4;
+                default: return -1;
+            }
+        case ECategory::Manip:
+            if (v.eKind == EValueKind::Buffer || v.eKind == EValueKind::Ansi || v.eKind == EValueKind::Text) return 0;
+            return bAsWide(v, &s, &nCost) ? nCost : -1;
+        case ECategory::Unsupported:
+            return -1;
+    }
+    return -1;
+}
+
+// Storage of one argument for the length of a call. The vector entry points into it.
+struct STSlot {
+    ECategory e = ECategory::Unsupported;
+    bool bByRef = false;
+    int32_t n32 = 0;
+    int64_t n64 = 0;
+    double d = 0;
+    std::wstring sWide;
+    const wchar_t* pszWide = nullptr;
+    std::string sBytes;
+    const char* pszBytes = nullptr;
+    void* pvBlock = nullptr;  // counted block held by the host: released after the call
+    STManipAUB stManip{nullptr, 0};
+};
+
+// Fills a slot from a value that nFitCost accepted, and answers the vector entry.
+void* pvFillSlot(const CValue& v, uint32_t dwType, STSlot* pst, CStrMemAllocator& clAlloc) {
+    pst->e = eCategory(dwType);
+    pst->bByRef = (dwType & ovtype::FLAG_BY_REFERENCE) != 0;
+    STNumber stN;
+    int nCost = 0;
+    int64_t n = 0;
+    switch (pst->e) {
+        case ECategory::Bool:
+            bAsNumber(v, &stN, &nCost);
+            pst->n32 = (stN.bInteger ? stN.n != 0 : stN.d != 0) ? 1 : 0;
+            return &pst->n32;
+        case ECategory::Int32:
+            bAsNumber(v, &stN, &nCost);
+            bToInteger(stN, INT32_MIN, INT32_MAX, &n);
+            pst->n32 = static_cast<int32_t>(n);
+            return &pst->n32;
+        case ECategory::Int64:
+            bAsNumber(v, &stN, &nCost);
+            bToInteger(stN, INT64_MIN, INT64_MAX, &n);
+            pst->n64 = n;
+            return &pst->n64;
+        case ECategory::Real:
+            bAsNumber(v, &stN, &nCost);
+            pst->d = stN.bInteger ? static_cast<double>(stN.n) : stN.d;
+            return &pst->d;
+        case ECategory::WidePointer:
+            bAsWide(v, &pst->sWide, &nCost);
+            pst->pszWide = pst->sWide.c_str();
+            return &pst->pszWide;
+        case ECategory::CountedWide:
+            bAsWide(v, &pst->sWide, &nCost);
+            pst->pvBlock = clAlloc.pvNewWideText(pst->sWide);
+            return &pst->pvBlock;
+        case ECategory::Utf8:
+            if (v.eKind == EValueKind::Ansi) {
+                pst->sBytes = v.sBytes;
+            } else {
+                bAsWide(v, &pst->sWide, &nCost);
+                pst->sBytes = sUtf8(pst->sWide);
+            }
+            pst->pszBytes = pst->sBytes.c_str();
+            return &pst->pszBytes;
+        case ECategory::Binary:
+            pst->sBytes = v.eKind == EValueKind::Text ? sUtf8(v.sText) : v.sBytes;
+            pst->pvBlock = clAlloc.pvNewBytes(pst->sBytes, true);
+            return &pst->pvBlock;
+        case ECategory::Manip:
+            if (v.eKind == EValueKind::Ansi || v.eKind == EValueKind::Buffer) {
+                const bool bBinary = v.eKind == EValueKind::Buffer;
+                pst->stManip = {clAlloc.pvNewBytes(v.sBytes, bBinary),
+                                static_cast<uint16_t>(bBinary ? ovtype::BUFFER : ovtype::ATEXT)};
+            } else {
+                bAsWide(v, &pst->sWide, &nCost);
+                pst->stManip = {clAlloc.pvNewWideText(pst->sWide), static_cast<uint16_t>(ovtype::WTEXT)};
+            }
+            return &pst->stManip;
+        case ECategory::Unsupported:
+            break;
+    }
+    return nullptr;
+}
+
+// The value a by-reference argument holds after the call.
+CValue clReadBack(const STSlot& st) {
+    std::wstring s;
+    std::string sBytes;
+    switch (st.e) {
+        case ECategory::Bool: return CValue::Bool(st.n32 != 0);
+        case ECategory::Int32: return CValue::Int(st.n32);
+        case ECategory::Int64: return CValue::Int64(st.n64);
+        case ECategory::Real: return CValue::Real(st.d);
+        case ECategory::WidePointer: return CValue::Text(st.pszWide != nullptr ? st.pszWide : L"");
+        case ECategory::Utf8: return CValue::Text(sWideFromBytes(st.pszBytes != nullptr ? st.pszBytes : ""));
+        case ECategory::CountedWide:
+            return CStrMemAllocator::s_bReadWide(st.pvBlock, &s) ? CValue::Text(std::move(s)) : CValue::Null();
+        case ECategory::Binary:
+            return CStrMemAllocator::s_bReadBytes(st.pvBlock, &sBytes) ? CValue::Buffer(std::move(sBytes)) : CValue::Null();
+        case ECategory::Manip:
+            if (st.stManip.nType == ovtype::WTEXT)
+                return CStrMemAllocator::s_bReadWide(st.stManip.pBloc, &s) ? CValue::Text(std::move(s)) : CValue::Null();
+            if (!CStrMemAllocator::s_bReadBytes(st.stManip.pBloc, &sBytes)) return CValue::Null();
+            if (st.stManip.nType == ovtype::ATEXT) return CValue::Ansi(std::move(sBytes));
+            if (st.stManip.nType == ovtype::BUFFER) return CValue::Buffer(std::move(sBytes));
+            return CValue::Null();
+        case ECategory::Unsupported: break;
+    }
+    return CValue::Null();
+}
+
+const char* pszKind(EValueKind e) {
+    switch (e) {
+        case EValueKind::Null: return "null";
+        case EValueKind::Bool: return "bool";
+        case EValueKind::Int: return "int";
+        case EValueKind::Int64: return "int64";
+        case EValueKind::Real: return "real";
+        case EValueKind::Money: return "money";
+        case EValueKind::Text: return "text";
+        case EValueKind::Ansi: return "ansi";
+        case EValueKind::Buffer: return "buffer";
+        case EValueKind::Date: return "date";
+        case EValueKind::Time: return "time";
+        case EValueKind::DateTime: return "datetime";
+        case EValueKind::Duration: return "duration";
+        case EValueKind::Multiple: return "multiple";
+    }
+    return "?";
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------
+
+bool STFunctionInfo::bHasBody() const {
+    for (const STOverloadInfo& st : tabOverloads)
+        if (st.bHasBody) return true;
+    return false;
+}
+
+struct CStandInMachine::CImpl {
+    std::string sPath;
+    void* hComponent = nullptr;  // this machine's dlopen reference
+    void* hSelf = nullptr;       // our own module, as handed to the component
+    STModule* pstModule = nullptr;
+    bool bExecutionStarted = false;
+    IZKLibrary* piLibrary = nullptr;
+    bool bFinInit = false;
+    STComponentTables stTables;
+    std::unordered_map<std::string, size_t> mapFunctions;
+    std::unordered_map<std::string, size_t> mapFunctionsLower;
+    std::unordered_map<std::string, size_t> mapConstants;
+    std::unordered_map<std::string, size_t> mapConstantsLower;
+    CVirtualMachine clVM;
+    std::atomic<uint32_t> nSerial{0};
+
+    bool bLoad(const std::string& sLibraryPath, std::string* psError);
+    void Unload();
+    void IndexNames();
+    // Row of a function by name: exact first, then without regard to ASCII case. -1 if none.
+    int nFindFunction(std::string_view sName) const;
+    int nFindConstant(std::string_view sName) const;
+    bool bCall(std::string_view sName, std::vector<CValue>& tabArguments, STCallOutcome* pstOutcome,
+               std::string* psError);
+    uint32_t dwNextFrame(size_t nGiven);
+};
+
+bool CStandInMachine::CImpl::bLoad(const std::string& sLibraryPath, std::string* psError) {
+    const std::string sQuoted = "cannot load \"" + sLibraryPath + "\": ";
+    auto bFail = [&](const std::string& sStep) {
+        if (psError != nullptr) *psError = sQuoted + sStep;
+        Unload();
+        return false;
+    };
+    if (sLibraryPath.empty()) return bFail("no path given");
+    struct stat stStat {};
+    if (::stat(sLibraryPath.c_str(), &stStat) != 0) return bFail("file not found");
+    if (!S_ISREG(stStat.st_mode)) return bFail("not a regular file");
+
+    // A bare name would send dlopen searching the system's library path instead of this file.
+    const std::string sOpen = sLibraryPath.find('/') == std::string::npos ? "./" + sLibraryPath : sLibraryPath;
+    dlerror();
+    hComponent = dlopen(sOpen.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (hComponent == nullptr) {
+        const char* psz = dlerror();
+        return bFail(std::string("dlopen: ") + (psz != nullptr ? psz : "failed"));
+    }
+    sPath = sLibraryPath;
+
+    std::string sWhy;
+    {
+        std::lock_guard<std::mutex> lock(gmutexModules);
+        STModule& stM = gmapModules[hComponent];
+        if (stM.nMachines == 0) {
+            stM.hModule = hComponent;
+            struct STEntry {
+                const char* pszName;
+                void** ppv;
+            } tabEntries[] = {
+                {"bInitLibrary", reinterpret_cast<void**>(&stM.pfnInitLibrary)},
+                {"TermLibrary", reinterpret_cast<void**>(&stM.pfnTermLibrary)},
+                {"Execution", reinterpret_cast<void**>(&stM.pfnExecution)},
+                {"InfoComposante", reinterpret_cast<void**>(&stM.pfnInfoComposante)},
+                {"pQueryProxy", reinterpret_cast<void**>(&stM.pfnQueryProxy)},
+            };
+            for (const STEntry& st : tabEntries) {
+                *st.ppv = dlsym(hComponent, st.pszName);
+                if (*st.ppv == nullptr) {
+                    sWhy = std::string("entry point ") + st.pszName + " not found";
+                    break;
+                }
+            }
+            if (sWhy.empty() && stM.pfnInitLibrary(hComponent) == 0) sWhy = "bInitLibrary answered 0";
+        }
+        if (sWhy.empty()) {
+            ++stM.nMachines;
+            pstModule = &stM;
+        } else {
+            gmapModules.erase(hComponent);
+        }
+    }
+    if (!sWhy.empty()) return bFail(sWhy);
+
+    hSelf = hOwnModule(&sWhy);
+    if (hSelf == nullptr) return bFail(sWhy);
+
+    STInitExecution stInit{};
+    stInit.qwTaille = sizeof stInit;
+    stInit.hMachine = hSelf;
+    stInit.dwUtilisation1 = 0;
+    stInit.dwUtilisation2 = 0;
+    stInit.piLibShop = &CMachineServices::s_Instance().clLibShop();
+    if (pstModule->pfnExecution(EXECUTION_INIT, reinterpret_cast<intptr_t>(&stInit)) == 0)
+        return bFail("Execution(0xf91) answered 0");
+    bExecutionStarted = true;
+
+    CMemoryMap clMap;
+    if (!CMemoryMap::s_bFromLoadedLibrary(hComponent, &clMap, &sWhy)) return bFail("memory map: " + sWhy);
+    PFNINFOCOMPOSANTE pfnInfo = pstModule->pfnInfoComposante;
+    CTableReader clReader([pfnInfo](unsigned int n, unsigned long i) { return pfnInfo(n, i); }, clMap);
+    if (!clReader.bRead(&stTables, &sWhy)) return bFail("descriptor tables: " + sWhy);
+    CMachineServices::s_Instance().clInformation().Register(hComponent, stTables.tabNames, clMap);
+    IndexNames();
+
+    piLibrary = static_cast<IZKLibrary*>(pstModule->pfnQueryProxy(kProxyLanguageObject));
+    if (piLibrary == nullptr) return bFail("pQueryProxy(60) answered null");
+    bFinInit = piLibrary->bFinInitZKL() != 0;
+    return true;
+}
+
+void CStandInMachine::CImpl::Unload() {
+    if (piLibrary != nullptr) {
+        piLibrary->TermZKL();
+        piLibrary->Release();
+        piLibrary = nullptr;
+    }
+    if (bExecutionStarted) {
+        pstModule->pfnExecution(EXECUTION_TERMINE, 0);
+        bExecutionStarted = false;
+    }
+    if (pstModule != nullptr) {
+        std::lock_guard<std::mutex> lock(gmutexModules);
+        if (--pstModule->nMachines == 0) {
+            CMachineServices::s_Instance().clInformation().Unregister(hComponent);
+            pstModule->pfnTermLibrary();
+            gmapModules.erase(hComponent);
+        }
+        pstModule = nullptr;
+    }
+    if (hComponent != nullptr) {
+        dlclose(hComponent);
+        hComponent = nullptr;
+    }
+    if (hSelf != nullptr) {
+        dlclose(hSelf);
+        hSelf = nullptr;
+    }
+    stTables = STComponentTables{};
+    mapFunctions.clear();
+    mapFunctionsLower.clear();
+    mapConstants.clear();
+    mapConstantsLower.clear();
+    bFinInit = false;
+}
+
+void CStandInMachine::CImpl::IndexNames() {
+    // The first row of a name wins: a few names stand twice in the table.
+    for (size_t i = 0; i < stTables.tabFunctions.size(); ++i) {
+        mapFunctions.emplace(stTables.tabFunctions[i].sName, i);
+        mapFunctionsLower.emplace(sLower(stTables.tabFunctions[i].sName), i);
+    }
+    for (size_t i = 0; i < stTables.tabConstants.size(); ++i) {
+        mapConstants.emplace(stTables.tabConstants[i].sName, i);
+        mapConstantsLower.emplace(sLower(stTables.tabConstants[i].sName), i);
+    }
+}
+
+namespace {
+
+int nLookUp(const std::unordered_map<std::string, size_t>& mapExact,
+            const std::unordered_map<std::string, size_t>& mapLower, std::string_view sName) {
+    auto it = mapExact.find(std::string(sName));
+    if (it != mapExact.end()) return static_cast<int>(it->second);
+    it = mapLower.find(sLower(sName));
+    return it == mapLower.end() ? -1 : static_cast<int>(it->second);
+}
+
+}  // namespace
+
+int CStandInMachine::CImpl::nFindFunction(std::string_view sName) const {
+    return nLookUp(mapFunctions, mapFunctionsLower, sName);
+}
+
+int CStandInMachine::CImpl::nFindConstant(std::string_view sName) const {
+    return nLookUp(mapConstants, mapConstantsLower, sName);
+}
+
+uint32_t CStandInMachine::CImpl::dwNextFrame(size_t nGiven) {
+    uint32_t nSerial16 = 0;
+    while (nSerial16 == 0) nSerial16 = (nSerial.fetch_add(1) + 1) & 0xffffu;
+    return (nSerial16 << 16) | static_cast<uint32_t>(nGiven & 0xffffu);
+}
+
+namespace {
+
+// Everything a call holds, given back on every path out of it.
+struct CCallResources {
+    CVirtualMachine& clVM;
+    CStrMemAllocator& clAlloc;
+    STCallContext stContext;
+    std::vector<STSlot> tabSlots;
+    bool bRegistered = false;
+
+    ~CCallResources() {
+        if (bRegistered) clVM.EndCall(&stContext);
+        for (STSlot& st : tabSlots) {
+            clAlloc.ReleaseBlock(st.pvBlock);
+            clAlloc.ReleaseBlock(st.stManip.pBloc);
+        }
+    }
+};
+
+}  // namespace
+
+bool CStandInMachine::CImpl::bCall(std::string_view sName, std::vector<CValue>& tabArguments,
+                                   STCallOutcome* pstOutcome, std::string* psError) {
+    auto bFail = [&](const std::string& s) {
+        if (psError != nullptr) *psError = s;
+        return false;
+    };
+    if (piLibrary == nullptr) return bFail("no library loaded");
+    const int nFound = nFindFunction(sName);
+    if (nFound < 0) return bFail("unknown function " + std::string(sName));
+    const size_t nRow = static_cast<size_t>(nFound);
+    const STFunctionInfo& stF = stTables.tabFunctions[nRow];
+
+    // The overload of least total cost; ties go to the earlier overload.
+    const size_t nGiven = tabArguments.size();
+    int nBest = -1;
+    int nBestCost = 0;
+    std::string sWhyNot;
+    for (size_t k = 0; k < stF.tabOverloads.size(); ++k) {
+        const STOverloadInfo& stO = stF.tabOverloads[k];
+        const size_t nFixed = stO.tabArguments.size();
+        if (stO.bVariadic ? nGiven < nFixed : nGiven != nFixed) continue;
+        int nTotal = 0;
+        for (size_t i = 0; i < nFixed && nTotal >= 0; ++i) {
+            const int n = nFitCost(tabArguments[i], stO.tabArguments[i]);
+            if (n < 0) {
+                if (sWhyNot.empty())
+                    sWhyNot = stF.sName + ": argument " + std::to_string(i + 1) + " (" + pszKind(tabArguments[i].eKind) +
+                              ") does not convert to " + s_sTypeWord(stO.tabArguments[i]);
+                nTotal = -1;
+            } else {
+                nTotal += n;
+            }
+        }
+        if (nTotal >= 0 && (nBest < 0 || nTotal < nBestCost)) {
+            nBest = static_cast<int>(k);
+            nBestCost = nTotal;
+        }
+    }
+    if (nBest < 0) {
+        if (!sWhyNot.empty()) return bFail(sWhyNot);
+        std::string sCounts;
+        for (const STOverloadInfo& stO : stF.tabOverloads)
+            sCounts += (sCounts.empty() ? "" : ", ") + std::to_string(stO.tabArguments.size()) + (stO.bVariadic ? "+" : "");
+        return bFail(stF.sName + " takes " + sCounts + " arguments, not " + std::to_string(nGiven));
+    }
+    const STOverloadInfo& stO = stF.tabOverloads[static_cast<size_t>(nBest)];
+    const PFNTHUNK pfnThunk = stTables.tabThunks[nRow][static_cast<size_t>(nBest)];
+    if (pfnThunk == nullptr) return bFail(stF.sName + " has no body on this platform");
+
+    CStrMemAllocator& clAlloc = CMachineServices::s_Instance().clAllocator();
+    CCallResources clRes{clVM, clAlloc, {}, {}, false};
+    const size_t nFixed = stO.tabArguments.size();
+    clRes.tabSlots.resize(nFixed);  // never resized again: the vector points into it
+    std::vector<void*> tabVector(nFixed + 1, nullptr);
+    for (size_t i = 0; i < nFixed; ++i)
+        tabVector[i] = pvFillSlot(tabArguments[i], stO.tabArguments[i], &clRes.tabSlots[i], clAlloc);
+    clRes.stContext.dwFrame = dwNextFrame(nGiven);
+    clRes.stContext.tabExtraArguments.assign(tabArguments.begin() + static_cast<std::ptrdiff_t>(nFixed),
+                                             tabArguments.end());
+
+    STZKAppel stAppel{};
+    stAppel.piVM = &clVM;
+    stAppel.dwFrame = clRes.stContext.dwFrame;
+    clVM.BeginCall(&clRes.stContext);
+    clRes.bRegistered = true;
+    STZKAppel* pstPrevious = piLibrary->ChangeContexteAppel(&stAppel);
+    const int nThunk = pfnThunk(&stAppel, piLibrary, tabVector.data());
+    piLibrary->ChangeContexteAppel(pstPrevious);
+
+    for (size_t i = 0; i < nFixed; ++i)
+        if (clRes.tabSlots[i].bByRef) tabArguments[i] = clReadBack(clRes.tabSlots[i]);
+
+    STCallOutcome stOut;
+    stOut.clResult = clRes.stContext.clFinalResult();
+    for (const std::string& s : clRes.stContext.tabNotes) stOut.sNote += (stOut.sNote.empty() ? "" : "; ") + s;
+    if (CXError* pclError = piLibrary->pclGetError()) {
+        STErrorView stView;
+        std::memcpy(&stView, pclError, sizeof stView);
+        stOut.stError.nLevel = stView.eLevel;
+        stOut.stError.nCode = stView.nUserCode;
+        stOut.stError.sMessage = stView.pszUserMessage != nullptr ? stView.pszUserMessage : L"";
+        stOut.stError.sDebug = stView.pszDebugMessage != nullptr ? stView.pszDebugMessage : L"";
+        stOut.bError = stView.eLevel != kLevelNoError;
+    }
+    if (nThunk == 1) {
+        // A forward: the function lives in another library, which this machine does not load.
+        stOut.bError = true;
+        stOut.stError.sDebug = L"##(CStandInMachine)-Forward Library=<" + std::to_wstring(stAppel.nBibliothequeCible) +
+                               L"> Index=<" + std::to_wstring(stAppel.nIndexCible) + L">##";
+    } else if (nThunk != 0) {
+        stOut.sNote += (stOut.sNote.empty() ? "" : "; ") + std::string("thunk answered ") + std::to_string(nThunk);
+    }
+    if (pstOutcome != nullptr) *pstOutcome = std::move(stOut);
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------
+// CStandInMachine
+
+CStandInMachine::CStandInMachine() : m_pclImpl(std::make_unique<CImpl>()) {}
+
+CStandInMachine::~CStandInMachine() { m_pclImpl->Unload(); }
+
+bool CStandInMachine::bLoad(const std::string& sLibraryPath, std::string* psError) {
+    if (bLoaded()) {
+        if (psError != nullptr) *psError = "cannot load \"" + sLibraryPath + "\": a library is already loaded";
+        return false;
+    }
+    try {
+        return m_pclImpl->bLoad(sLibraryPath, psError);
+    } catch (const std::exception& e) {
+        if (psError != nullptr) *psError = "cannot load \"" + sLibraryPath + "\": " + e.what();
+        m_pclImpl->Unload();
+        return false;
+    }
+}
+
+void CStandInMachine::Unload() { m_pclImpl->Unload(); }
+
+bool CStandInMachine::bLoaded() const { return m_pclImpl->piLibrary != nullptr; }
+
+std::string CStandInMachine::s_sDefaultLibraryPath() {
+    const char* psz = std::getenv("OV200STD64");
+    if (psz != nullptr && *psz != 0) return psz;
+    char sz[4096];
+    const ssize_t n = readlink("/proc/self/exe", sz, sizeof sz - 1);
+    if (n <= 0) return "ov200std64.so";
+    std::string s(sz, static_cast<size_t>(n));
+    const size_t nSlash = s.rfind('/');
+    return (nSlash == std::string::npos ? std::string(".") : s.substr(0, nSlash)) + "/ov200std64.so";
+}
+
+const std::vector<STFunctionInfo>& CStandInMachine::tabFunctions() const { return m_pclImpl->stTables.tabFunctions; }
+const std::vector<STConstantInfo>& CStandInMachine::tabConstants() const { return m_pclImpl->stTables.tabConstants; }
+const std::vector<STVariableInfo>& CStandInMachine::tabVariables() const { return m_pclImpl->stTables.tabVariables; }
+const std::vector<STClassInfo>& CStandInMachine::tabClasses() const { return m_pclImpl->stTables.tabClasses; }
+const std::vector<std::string>& CStandInMachine::tabTypeReferences() const {
+    return m_pclImpl->stTables.tabTypeReferences;
+}
+bool CStandInMachine::bFinInitResult() const { return m_pclImpl->bFinInit; }
+void CStandInMachine::SetModeChaine(int nMode) { m_pclImpl->clVM.SetModeChaine(nMode); }
+
+const STFunctionInfo* CStandInMachine::pstFindFunction(std::string_view sName) const {
+    const int n = m_pclImpl->nFindFunction(sName);
+    return n < 0 ? nullptr : &m_pclImpl->stTables.tabFunctions[static_cast<size_t>(n)];
+}
+
+const STConstantInfo* CStandInMachine::pstFindConstant(std::string_view sName) const {
+    const int n = m_pclImpl->nFindConstant(sName);
+    return n < 0 ? nullptr : &m_pclImpl->stTables.tabConstants[static_cast<size_t>(n)];
+}
+
+bool CStandInMachine::bCall(std::string_view sName, std::vector<CValue>& tabArguments, STCallOutcome* pstOutcome,
+                            std::string* psError) {
+    try {
+        return m_pclImpl->bCall(sName, tabArguments, pstOutcome, psError);
+    } catch (const std::exception& e) {
+        if (psError != nullptr) *psError = std::string(sName) + ": " + e.what();
+        return false;
+    }
+}
+
+std::string CStandInMachine::s_sTypeWord(uint32_t dwType) {
+    const char* psz = ovtype::pszTypeName(dwType);
+    std::string s;
+    if (psz != nullptr) {
+        s = psz;
+    } else {
+        char sz[16];
+        std::snprintf(sz, sizeof sz, "0x%02x", dwType & ovtype::CODE_MASK);
+        s = sz;
+    }
+    if (const uint32_t nRef = dwType >> ovtype::TYPEREF_SHIFT) s += "(" + std::to_string(nRef) + ")";
+    if (dwType & ovtype::FLAG_BY_REFERENCE) s += "&";
+    return s;
+}
+
+}  // namespace ovhost

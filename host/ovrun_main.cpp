@@ -1,0 +1,310 @@
+// ovrun: runs statements against the standard-functions library through the stand-in machine and
+// prints their results as text or JSON; lists and describes the library's functions.
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/machine.h"
+#include "host/printer.h"
+#include "host/script.h"
+#include "host/tour_ovs.h"
+
+namespace {
+
+using namespace ovhost;
+
+constexpr int gnExitRan = 0;
+constexpr int gnExitCallFailed = 1;
+constexpr int gnExitRefused = 2;
+
+const char gszUsage[] =
+    "usage: ovrun [options] [FILE | - | -e STATEMENT...]\n"
+    "Runs statements against the standard-functions library; with nothing to run, a short tour.\n"
+    "\n"
+    "  -e STATEMENT      run one statement (repeatable; each counts as a line)\n"
+    "  FILE              run the statements of a script file\n"
+    "  -                 run the statements read from standard input\n"
+    "  --json            one JSON object per expression instead of text lines\n"
+    "  --list            list the library's functions\n"
+    "  --describe NAME   show the overloads of a function (or the value of a constant)\n"
+    "  --library PATH    the library to load (default: beside ovrun, or $OV200STD64)\n"
+    "  -h, --help        this text\n"
+    "\n"
+    "Exit status: 0 when every statement ran (language errors are results), 1 when a call\n"
+    "could not be made, 2 when the script or the library was refused.\n";
+
+// The stand-in machine as the script language sees it.
+class CMachineScriptHost final : public IScriptHost {
+public:
+    explicit CMachineScriptHost(CStandInMachine* pclMachine) : m_pclMachine(pclMachine) {}
+
+    const STFunctionInfo* pstFindFunction(std::string_view sName) const override {
+        return m_pclMachine->pstFindFunction(sName);
+    }
+    const STConstantInfo* pstFindConstant(std::string_view sName) const override {
+        return m_pclMachine->pstFindConstant(sName);
+    }
+    bool bCall(std::string_view sName, std::vector<CValue>& tabArguments, STCallOutcome* pstOutcome,
+               std::string* psError) override {
+        return m_pclMachine->bCall(sName, tabArguments, pstOutcome, psError);
+    }
+
+private:
+    CStandInMachine* m_pclMachine;
+};
+
+struct STOptions {
+    std::vector<std::string> tabStatements;  // -e
+    bool bScriptFile = false;
+    std::string sScriptPath;  // "-" for standard input
+    bool bJson = false;
+    bool bList = false;
+    bool bDescribe = false;
+    std::string sDescribeName;
+    bool bLibrary = false;
+    std::string sLibraryPath;
+    bool bHelp = false;
+};
+
+void WriteOut(const std::string& sLine) {
+    std::fwrite(sLine.data(), 1, sLine.size(), stdout);
+    std::fputc('\n', stdout);
+}
+
+void WriteError(const std::string& sLine) {
+    std::fwrite(sLine.data(), 1, sLine.size(), stderr);
+    std::fputc('\n', stderr);
+}
+
+bool bParseOptions(int nArgc, char** ppszArgv, STOptions* pstOptions, std::string* psError) {
+    bool bOptionsEnded = false;
+    for (int n = 1; n < nArgc; ++n) {
+        const std::string_view sArgument = ppszArgv[n];
+        auto bTakeValue = [&](std::string* psValue) {
+            if (n + 1 >= nArgc) {
+                *psError = std::string(sArgument) + " needs a value";
+                return false;
+            }
+            *psValue = ppszArgv[++n];
+            return true;
+        };
+        if (!bOptionsEnded && sArgument == "--") {
+            bOptionsEnded = true;
+        } else if (!bOptionsEnded && sArgument == "-e") {
+            std::string sStatement;
+            if (!bTakeValue(&sStatement)) return false;
+            pstOptions->tabStatements.push_back(std::move(sStatement));
+        } else if (!bOptionsEnded && sArgument == "--json") {
+            pstOptions->bJson = true;
+        } else if (!bOptionsEnded && sArgument == "--list") {
+            pstOptions->bList = true;
+        } else if (!bOptionsEnded && sArgument == "--describe") {
+            pstOptions->bDescribe = true;
+            if (!bTakeValue(&pstOptions->sDescribeName)) return false;
+        } else if (!bOptionsEnded && sArgument == "--library") {
+            pstOptions->bLibrary = true;
+            if (!bTakeValue(&pstOptions->sLibraryPath)) return false;
+        } else if (!bOptionsEnded && (sArgument == "-h" || sArgument == "--help")) {
+            pstOptions->bHelp = true;
+        } else if (!bOptionsEnded && sArgument.size() > 1 && sArgument[0] == '-') {
+            *psError = "unknown option " + std::string(sArgument);
+            return false;
+        } else {
+            if (pstOptions->bScriptFile) {
+                *psError = "one script at a time";
+                return false;
+            }
+            pstOptions->bScriptFile = true;
+            pstOptions->sScriptPath = std::string(sArgument);
+        }
+    }
+    if (pstOptions->bScriptFile && !pstOptions->tabStatements.empty()) {
+        *psError = "give either -e statements or a script, not both";
+        return false;
+    }
+    const bool bRunsStatements = pstOptions->bScriptFile || !pstOptions->tabStatements.empty();
+    if ((pstOptions->bList || pstOptions->bDescribe) && bRunsStatements) {
+        *psError = "--list and --describe run no statements";
+        return false;
+    }
+    if (pstOptions->bList && pstOptions->bDescribe) {
+        *psError = "--list or --describe, not both";
+        return false;
+    }
+    return true;
+}
+
+bool bReadAll(std::FILE* pFile, std::string* psContent) {
+    char szBuffer[65536];
+    size_t nRead;
+    while ((nRead = std::fread(szBuffer, 1, sizeof szBuffer, pFile)) > 0) psContent->append(szBuffer, nRead);
+    return std::ferror(pFile) == 0;
+}
+
+bool bReadScript(const std::string& sPath, std::string* psSource, std::string* psError) {
+    if (sPath == "-") {
+        if (!bReadAll(stdin, psSource)) {
+            *psError = std::string("cannot read standard input: ") + std::strerror(errno);
+            return false;
+        }
+    } else {
+        std::FILE* pFile = std::fopen(sPath.c_str(), "rb");
+        if (pFile == nullptr) {
+            *psError = "cannot open " + sPath + ": " + std::strerror(errno);
+            return false;
+        }
+        const bool bRead = bReadAll(pFile, psSource);
+        const int nError = errno;
+        std::fclose(pFile);
+        if (!bRead) {
+            *psError = "cannot read " + sPath + ": " + std::strerror(nError);
+            return false;
+        }
+    }
+    // Editors on some systems start UTF-8 files with a byte order mark; it is not a statement.
+    if (psSource->compare(0, 3, "\xEF\xBB\xBF") == 0) psSource->erase(0, 3);
+    return true;
+}
+
+int nList(const CStandInMachine& clMachine) {
+    // A few rows are second names of an earlier row under the same name: list each name once.
+    std::set<std::string, std::less<>> setSeen;
+    for (const STFunctionInfo& stFunction : clMachine.tabFunctions()) {
+        if (!setSeen.insert(stFunction.sName).second) continue;
+        WriteOut(stFunction.sName + (stFunction.bHasBody() ? "" : " [no body]"));
+    }
+    return gnExitRan;
+}
+
+int nDescribe(const CStandInMachine& clMachine, const std::string& sName) {
+    if (const STFunctionInfo* pstFunction = clMachine.pstFindFunction(sName)) {
+        for (const STOverloadInfo& stOverload : pstFunction->tabOverloads)
+            WriteOut(sDescribeOverload(pstFunction->sName, stOverload, &CStandInMachine::s_sTypeWord));
+        return gnExitRan;
+    }
+    if (const STConstantInfo* pstConstant = clMachine.pstFindConstant(sName)) {
+        WriteOut(pstConstant->sName + " = " + sFormatValue(pstConstant->clValue) + " (" +
+                 pszKindName(pstConstant->clValue.eKind) + ")");
+        return gnExitRan;
+    }
+    WriteError("ovrun: unknown function or constant '" + sName + "'");
+    return gnExitRefused;
+}
+
+int nRunStatements(IScriptHost* piHost, const std::vector<STStatement>& tabStatements, const std::string& sOrigin,
+                   bool bJson, bool bEcho) {
+    CScriptRunner clRunner(piHost);
+    for (const STStatement& stStatement : tabStatements) {
+        if (stStatement.eKind == EStatementKind::Remark) {
+            if (bEcho && !bJson) WriteOut(stStatement.sSource);
+            continue;
+        }
+        if (bEcho && !bJson) WriteOut("> " + stStatement.sSource);
+        STStatementResult stResult;
+        STScriptError stError;
+        if (!clRunner.bRun(stStatement, &stResult, &stError)) {
+            std::fflush(stdout);
+            WriteError(sFormatScriptError(sOrigin, stError));
+            return gnExitCallFailed;
+        }
+        if (!stResult.sNote.empty()) {
+            std::fflush(stdout);
+            WriteError(sFormatScriptError(sOrigin, {stStatement.nLine, stStatement.nColumn, "note: " + stResult.sNote}));
+        }
+        const STCallError* pstCallError = stResult.bError ? &stResult.stError : nullptr;
+        if (bJson) {
+            if (stStatement.eKind == EStatementKind::Expression)
+                WriteOut(sJsonResult(stStatement.sSource, stResult.clValue, pstCallError));
+        } else {
+            // An assignment shows nothing, except a language error that would otherwise go unseen.
+            if (stStatement.eKind == EStatementKind::Expression) WriteOut(sFormatValue(stResult.clValue));
+            if (pstCallError != nullptr) WriteOut(sFormatCallError(*pstCallError));
+        }
+        // Results reach a pipe as they come, so a reader sees everything up to a crash of the library.
+        std::fflush(stdout);
+    }
+    return gnExitRan;
+}
+
+int nMain(int nArgc, char** ppszArgv) {
+    STOptions stOptions;
+    std::string sOptionError;
+    if (!bParseOptions(nArgc, ppszArgv, &stOptions, &sOptionError)) {
+        WriteError("ovrun: " + sOptionError);
+        std::fputs(gszUsage, stderr);
+        return gnExitRefused;
+    }
+    if (stOptions.bHelp) {
+        std::fputs(gszUsage, stdout);
+        return gnExitRan;
+    }
+
+    // Read and parse first: a script with a syntax error is refused without loading anything.
+    std::string sSource;
+    std::string sOrigin;
+    bool bTour = false;
+    const bool bRunsStatements = !stOptions.bList && !stOptions.bDescribe;
+    if (!stOptions.tabStatements.empty()) {
+        sOrigin = "<command line>";
+        for (const std::string& sStatement : stOptions.tabStatements) sSource += sStatement + "\n";
+    } else if (stOptions.bScriptFile) {
+        sOrigin = stOptions.sScriptPath == "-" ? "<stdin>" : stOptions.sScriptPath;
+        std::string sReadError;
+        if (!bReadScript(stOptions.sScriptPath, &sSource, &sReadError)) {
+            WriteError("ovrun: " + sReadError);
+            return gnExitRefused;
+        }
+    } else if (bRunsStatements) {
+        sOrigin = "<tour>";
+        sSource.assign(reinterpret_cast<const char*>(gbyTourScript), gnTourScriptSize);
+        bTour = true;
+    }
+    std::vector<STStatement> tabStatements;
+    STScriptError stError;
+    if (bRunsStatements && !bParseScript(sSource, &tabStatements, &stError)) {
+        WriteError(sFormatScriptError(sOrigin, stError));
+        return gnExitRefused;
+    }
+
+    CStandInMachine clMachine;
+    const std::string sLibraryPath =
+        stOptions.bLibrary ? stOptions.sLibraryPath : CStandInMachine::s_sDefaultLibraryPath();
+    std::string sLoadError;
+    if (!clMachine.bLoad(sLibraryPath, &sLoadError)) {
+        WriteError("ovrun: " + (sLoadError.empty() ? "cannot load " + sLibraryPath : sLoadError));
+        return gnExitRefused;
+    }
+    if (stOptions.bList) return nList(clMachine);
+    if (stOptions.bDescribe) return nDescribe(clMachine, stOptions.sDescribeName);
+
+    CMachineScriptHost clHost(&clMachine);
+    if (!bResolveScript(&tabStatements, clHost, &stError)) {
+        WriteError(sFormatScriptError(sOrigin, stError));
+        return gnExitRefused;
+    }
+    return nRunStatements(&clHost, tabStatements, sOrigin, stOptions.bJson, bTour);
+}
+
+}  // namespace
+
+int main(int nArgc, char** ppszArgv) {
+    int nStatus;
+    try {
+        nStatus = nMain(nArgc, ppszArgv);
+    } catch (const std::exception& e) {
+        std::fflush(stdout);
+        WriteError(std::string("ovrun: internal error: ") + e.what());
+        nStatus = gnExitRefused;
+    } catch (...) {
+        std::fflush(stdout);
+        WriteError("ovrun: internal error");
+        nStatus = gnExitRefused;
+    }
+    std::fflush(stdout);
+    return nStatus;
+}

@@ -1,0 +1,371 @@
+// The machine's services. Every slot the component may call is present and in order; slots that no
+// family needs yet answer failure, 0 or null. Nothing thrown here may reach the component, so every
+// slot that allocates catches.
+#include "host/vm.h"
+
+#include <cstdio>
+#include <cstring>
+#include <cwchar>
+
+#include "component/interfaces/type_codes.h"
+
+namespace ovhost {
+namespace {
+
+constexpr uint64_t kStructureMark = 0x5255545352564f00ULL;
+constexpr int kMaxStructureMembers = 256;
+const wchar_t kEmpty[] = L"";
+
+std::string sCodeName(uint32_t nCode) {
+    char sz[16];
+    std::snprintf(sz, sizeof sz, "0x%02x", nCode);
+    const char* psz = ovtype::pszTypeName(nCode);
+    return std::string(sz) + " (" + (psz != nullptr ? psz : "unknown") + ")";
+}
+
+template <class T>
+T tAt(const void* p) {
+    T v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+
+void AddNote(std::string* psNote, const std::string& s) {
+    if (psNote == nullptr) return;
+    if (!psNote->empty()) *psNote += "; ";
+    *psNote += s;
+}
+
+}  // namespace
+
+void ReadPushedValue(const void* pValeur, int nType, CValue* pcl, std::string* psNote) {
+    const uint32_t nCode = static_cast<uint32_t>(nType) & ovtype::CODE_MASK;
+    *pcl = CValue::Null();
+    // Text results by pointer: a null pointer is the null value.
+    if (nCode == ovtype::WTEXT) {
+        if (pValeur != nullptr) *pcl = CValue::Text(static_cast<const wchar_t*>(pValeur));
+        return;
+    }
+    if (nCode == ovtype::ATEXT) {
+        if (pValeur != nullptr) *pcl = CValue::Ansi(static_cast<const char*>(pValeur));
+        return;
+    }
+    if (nCode == ovtype::VOID) return;
+    if (pValeur == nullptr) {
+        AddNote(psNote, "value of type " + sCodeName(nCode) + " pushed through a null pointer");
+        return;
+    }
+    switch (nCode) {
+        case ovtype::BOOL:
+            *pcl = CValue::Bool(tAt<int32_t>(pValeur) != 0);
+            return;
+        case ovtype::INT:
+            *pcl = CValue::Int(tAt<int32_t>(pValeur));
+            return;
+        case ovtype::INT64:
+        case ovtype::HANDLE:
+            *pcl = CValue::Int64(tAt<int64_t>(pValeur));
+            return;
+        case ovtype::REAL:
+            *pcl = CValue::Real(tAt<double>(pValeur));
+            return;
+        case ovtype::STRING:
+        case ovtype::SYS_STRING:
+        case ovtype::FREE_STRING: {
+            std::wstring s;
+            if (CStrMemAllocator::s_bReadWide(tAt<const void*>(pValeur), &s))
+                *pcl = CValue::Text(std::move(s));
+            else
+                AddNote(psNote, "text block of type " + sCodeName(nCode) + " has a malformed header");
+            return;
+        }
+        case ovtype::BUFFER: {
+            std::string s;
+            if (CStrMemAllocator::s_bReadBytes(tAt<const void*>(pValeur), &s))
+                *pcl = CValue::Buffer(std::move(s));
+            else
+                AddNote(psNote, "binary block has a malformed header");
+            return;
+        }
+        default:
+            AddNote(psNote, "value of type " + sCodeName(nCode) + " is not read by this machine");
+            return;
+    }
+}
+
+CValue STCallContext::clFinalResult() const {
+    if (pstStructureResult == nullptr) return clResult;
+    CValue cl;
+    cl.eKind = EValueKind::Multiple;
+    cl.tabMembers = pstStructureResult->tabMembres;
+    return cl;
+}
+
+// ---------------------------------------------------------------------------------------------
+// CVirtualMachine
+
+void CVirtualMachine::BeginCall(STCallContext* pstCall) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_tabCalls.push_back(pstCall);
+}
+
+void CVirtualMachine::EndCall(STCallContext* pstCall) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (size_t i = m_tabCalls.size(); i-- > 0;)
+        if (m_tabCalls[i] == pstCall) {
+            m_tabCalls.erase(m_tabCalls.begin() + static_cast<std::ptrdiff_t>(i));
+            return;
+        }
+}
+
+STCallContext* CVirtualMachine::m_pstFind(unsigned int dwFrame) {
+    for (size_t i = m_tabCalls.size(); i-- > 0;)
+        if (m_tabCalls[i]->dwFrame == dwFrame) return m_tabCalls[i];
+    return nullptr;
+}
+
+STStructureRetour* CVirtualMachine::m_pstFindStructure(const void* pv, STCallContext** ppstCall) {
+    for (STCallContext* pst : m_tabCalls)
+        for (const std::unique_ptr<STStructureRetour>& p : pst->tabStructures)
+            if (p.get() == pv) {
+                if (ppstCall != nullptr) *ppstCall = pst;
+                return p.get();
+            }
+    return nullptr;
+}
+
+const wchar_t* CVirtualMachine::pxGetInfoTraitement(int, int) { return kEmpty; }
+void CVirtualMachine::ReleaseVM() {}
+int CVirtualMachine::bEmpileAnyAppel(CAny*, CXError*) { return 0; }
+void CVirtualMachine::PrepareAppel() {}
+void CVirtualMachine::SetObjetAppelant(IObjetAPCode*) {}
+void CVirtualMachine::SetRetourAppel(CAny*) {}
+int CVirtualMachine::nVerifieInterruption(int, CXError*) { return 0; }
+void CVirtualMachine::AnnuleAppel() {}
+int CVirtualMachine::bVerifieFonctionnalite(int, CXError*) { return 0; }
+int CVirtualMachine::bEmpileChampAppel(IObjetAPCode*, CXError*) { return 0; }
+IInfoLangue* CVirtualMachine::piGetInfoLangue(int, int) { return &CMachineServices::s_Instance().clInfoLangue(); }
+IAppelMethode* CVirtualMachine::piTrouveTraitement(const wchar_t*, int, CXError*) { return nullptr; }
+int CVirtualMachine::nExecuteAppel(IAppelMethode*, int, CXError*, int) { return 0; }
+IFenCommun* CVirtualMachine::piGetFenetreAppelante() { return nullptr; }
+
+int CVirtualMachine::bLitParametreAny(int nParametre, unsigned int dwFrame, CAny*, CXError*) {
+    // The extra arguments are kept with the call, but a CAny cannot be built until variants exist.
+    try {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (STCallContext* pst = m_pstFind(dwFrame))
+            pst->tabNotes.push_back("variadic argument " + std::to_string(nParametre) + " asked; not given (no variants)");
+    } catch (...) {
+    }
+    return 0;
+}
+
+int CVirtualMachine::bLitParametreVariable(int, unsigned int, STParametreVariable*, CXError*) { return 0; }
+
+void CVirtualMachine::SetRetour(unsigned int dwFrame, const void* pValeur, int nType) {
+    try {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        STCallContext* pst = m_pstFind(dwFrame);
+        if (pst == nullptr) {
+            m_nStray.fetch_add(1);
+            return;
+        }
+        if ((static_cast<uint32_t>(nType) & ovtype::CODE_MASK) == ovtype::STRUCT) {
+            // The structure itself, or a local holding its pointer.
+            STStructureRetour* pstS = m_pstFindStructure(pValeur, nullptr);
+            if (pstS == nullptr && pValeur != nullptr) pstS = m_pstFindStructure(tAt<const void*>(pValeur), nullptr);
+            if (pstS != nullptr) {
+                pst->pstStructureResult = pstS;
+                pst->bResultSet = true;
+                return;
+            }
+            pst->tabNotes.push_back("structured result that pxCreeStructureRetour did not make");
+            pst->pstStructureResult = nullptr;
+            pst->clResult = CValue::Null();
+            pst->bResultSet = true;
+            return;
+        }
+        std::string sNote;
+        ReadPushedValue(pValeur, nType, &pst->clResult, &sNote);
+        if (!sNote.empty()) pst->tabNotes.push_back(std::move(sNote));
+        pst->pstStructureResult = nullptr;
+        pst->bResultSet = true;
+    } catch (...) {
+        m_nStray.fetch_add(1);
+    }
+}
+
+int CVirtualMachine::nEmpileEntierAppel(int, CXError*) { return 0; }
+void CVirtualMachine::EmetAvertissementPerformance(_CXErrorModule8*) {}
+int CVirtualMachine::bEmpileTableauAppel(IZKTableau*, CXError*) { return 0; }
+int CVirtualMachine::bAuditPerformanceActif() { return 0; }
+int CVirtualMachine::nModeChaine() { return m_nModeChaine.load(); }
+int CVirtualMachine::bEmpileChaineAppel(const wchar_t*, CXError*) { return 0; }
+int CVirtualMachine::bEmpileChaineCouranteAppel(const wchar_t*, CXError*) { return 0; }
+
+void* CVirtualMachine::pxCreeStructureRetour(unsigned int dwFrame, int nNbMembre) {
+    try {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        STCallContext* pst = m_pstFind(dwFrame);
+        if (pst == nullptr || nNbMembre < 0 || nNbMembre > kMaxStructureMembers) return nullptr;
+        auto pstS = std::make_unique<STStructureRetour>();
+        pstS->dwMarque = kStructureMark;
+        pstS->tabMembres.resize(static_cast<size_t>(nNbMembre));
+        pst->pstStructureResult = pstS.get();
+        pst->bResultSet = true;
+        pst->tabStructures.push_back(std::move(pstS));
+        return pst->tabStructures.back().get();
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+void CVirtualMachine::SetMembreStructure(void* pxStructure, int nMembre, const void* pValeur, int nType) {
+    try {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        STCallContext* pstCall = nullptr;
+        STStructureRetour* pstS = m_pstFindStructure(pxStructure, &pstCall);
+        if (pstS == nullptr) {
+            m_nStray.fetch_add(1);
+            return;
+        }
+        // Members are numbered from 0.
+        if (nMembre < 0 || static_cast<size_t>(nMembre) >= pstS->tabMembres.size()) {
+            pstCall->tabNotes.push_back("structure member " + std::to_string(nMembre) + " out of range");
+            return;
+        }
+        std::string sNote;
+        ReadPushedValue(pValeur, nType, &pstS->tabMembres[static_cast<size_t>(nMembre)], &sNote);
+        if (!sNote.empty()) pstCall->tabNotes.push_back(std::move(sNote));
+    } catch (...) {
+        m_nStray.fetch_add(1);
+    }
+}
+
+IVM* CVirtualMachine::piDupliqueVMThread(int, const wchar_t*, void*, CXError*) { return nullptr; }
+
+// ---------------------------------------------------------------------------------------------
+// CInformationComposante
+
+const wchar_t* CInformationComposante::pszGetNom(const void* pRow, int nLongueur) {
+    try {
+        if (pRow == nullptr || nLongueur == 0) return kEmpty;
+        std::lock_guard<std::mutex> lock(m_mutex);
+        for (const STEntry& st : m_tabEntries) {
+            if (!st.clMap.bReadable(pRow, sizeof(uint32_t))) continue;
+            const uint32_t nNumber = tAt<uint32_t>(pRow);
+            if (nNumber == 0 || nNumber > st.ptabNames->size()) return kEmpty;
+            const std::wstring& sNom = (*st.ptabNames)[nNumber - 1];
+            if (nLongueur < 0 || static_cast<size_t>(nLongueur) >= sNom.size()) return sNom.c_str();
+            thread_local std::wstring tsTronque;
+            tsTronque.assign(sNom, 0, static_cast<size_t>(nLongueur));
+            return tsTronque.c_str();
+        }
+    } catch (...) {
+    }
+    return kEmpty;
+}
+
+void CInformationComposante::Register(const void* pvCle, const std::vector<std::string>& tabNames,
+                                      const CMemoryMap& clMap) {
+    auto ptab = std::make_shared<std::vector<std::wstring>>();
+    ptab->reserve(tabNames.size());
+    for (const std::string& s : tabNames) ptab->emplace_back(s.begin(), s.end());  // names are ASCII
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_tabKept.push_back(ptab);
+    for (STEntry& st : m_tabEntries)
+        if (st.pvCle == pvCle) {
+            st.ptabNames = ptab;
+            st.clMap = clMap;
+            return;
+        }
+    m_tabEntries.push_back({pvCle, ptab, clMap});
+}
+
+void CInformationComposante::Unregister(const void* pvCle) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (size_t i = 0; i < m_tabEntries.size(); ++i)
+        if (m_tabEntries[i].pvCle == pvCle) {
+            m_tabEntries.erase(m_tabEntries.begin() + static_cast<std::ptrdiff_t>(i));
+            return;
+        }
+}
+
+// ---------------------------------------------------------------------------------------------
+// CMachineServices
+
+CMachineServices& CMachineServices::s_Instance() {
+    // Never destroyed: the component may still hold these objects while the process exits.
+    static CMachineServices* pcl = new CMachineServices();
+    return *pcl;
+}
+
+namespace {
+
+int nNoticeSlot(unsigned int nCommande) {
+    switch (nCommande) {
+        case MACHINE_BIBLIOTHEQUE_PART: return 0;
+        case MACHINE_DEBUT_THREAD: return 1;
+        case MACHINE_FIN_THREAD: return 2;
+        case MACHINE_PILE_C: return 3;
+        default: return -1;
+    }
+}
+
+}  // namespace
+
+int CMachineServices::nNotices(unsigned int nCommande) const {
+    const int n = nNoticeSlot(nCommande);
+    return n < 0 ? 0 : m_tabNotices[static_cast<size_t>(n)].load();
+}
+
+int CMachineServices::nQuestions(int nSelecteur) const {
+    if (nSelecteur < 0 || static_cast<size_t>(nSelecteur) >= m_tabQuestions.size()) return 0;
+    return m_tabQuestions[static_cast<size_t>(nSelecteur)].load();
+}
+
+intptr_t CMachineServices::nExecution(unsigned int nCommande, intptr_t nArgument) {
+    if (nCommande == MACHINE_QUESTION) {
+        if (nArgument >= 0 && static_cast<size_t>(nArgument) < m_tabQuestions.size())
+            m_tabQuestions[static_cast<size_t>(nArgument)].fetch_add(1);
+        switch (nArgument) {
+            case QUESTION_CODE_PRODUIT: return kProductCode;
+            case QUESTION_LANGUE_INTERNE: return kInternalLanguage;
+            case QUESTION_NOM_PRODUIT: return reinterpret_cast<intptr_t>(kProductName);
+            case QUESTION_OPTIONS: return kOptions;
+            case QUESTION_CODE_PRODUIT_REEL: return kProductCode;
+            case QUESTION_UTILISE_NET: return 0;
+            case QUESTION_LIBSHOP: return reinterpret_cast<intptr_t>(static_cast<ILibShop*>(&m_clLibShop));
+            case QUESTION_VERSION_ACTIVE: return kActiveVersion;
+            case QUESTION_FABRIQUE_GLOBALE: return 0;
+            case QUESTION_COLLECTEUR_TOPO: return 0;
+            case QUESTION_MODE_SMARTPHONE: return 0;
+            case QUESTION_INFO_LOCALE: return reinterpret_cast<intptr_t>(static_cast<IInfoLangue*>(&m_clInfoLangue));
+            case QUESTION_ALLOCATEUR: return reinterpret_cast<intptr_t>(static_cast<IStrMemAlloc*>(&m_clAllocator));
+            case QUESTION_MULTITHREAD: return reinterpret_cast<intptr_t>(&m_nMultithread);
+            case QUESTION_INFORMATION_COMPOSANTE:
+                return reinterpret_cast<intptr_t>(static_cast<IInformationComposante*>(&m_clInformation));
+            default: return 0;
+        }
+    }
+    const int nSlot = nNoticeSlot(nCommande);
+    if (nSlot < 0) return 0;
+    m_tabNotices[static_cast<size_t>(nSlot)].fetch_add(1);
+    if (nCommande == MACHINE_PILE_C) {
+        // The machine keeps no call stack of its own to tell: the text is empty.
+        STPileC* pst = reinterpret_cast<STPileC*>(nArgument);
+        if (pst == nullptr) return 0;
+        if (pst->pszTexte != nullptr) pst->pszTexte[0] = L'\0';
+    }
+    return 1;
+}
+
+}  // namespace ovhost
+
+extern "C" intptr_t Execution(unsigned int nCommande, intptr_t nArgument) {
+    try {
+        return ovhost::CMachineServices::s_Instance().nExecution(nCommande, nArgument);
+    } catch (...) {
+        return 0;
+    }
+}

@@ -1,0 +1,189 @@
+// End-to-end tests of the ovrun command line: the built program, run on small scripts against the
+// built library, judged by its output, its messages and its exit status.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct STRun {
+    int nStatus = -1;      // exit status, or -1 when the program died of a signal
+    std::string sOut;
+    std::string sErr;
+};
+
+std::string sQuote(const std::string& sArgument) {
+    std::string sOut = "'";
+    for (char c : sArgument) sOut += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return sOut + "'";
+}
+
+std::string sReadFile(const std::string& sPath) {
+    std::ifstream clFile(sPath, std::ios::binary);
+    std::stringstream clContent;
+    clContent << clFile.rdbuf();
+    return clContent.str();
+}
+
+class OvrunCli : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char szTemplate[] = "/tmp/ovrun_cli_XXXXXX";
+        ASSERT_NE(mkdtemp(szTemplate), nullptr);
+        m_sDirectory = szTemplate;
+    }
+    void TearDown() override { std::filesystem::remove_all(m_sDirectory); }
+
+    std::string sWriteScript(const std::string& sName, const std::string& sContent) {
+        const std::string sPath = m_sDirectory + "/" + sName;
+        std::ofstream(sPath, std::ios::binary) << sContent;
+        return sPath;
+    }
+
+    STRun stRun(const std::vector<std::string>& tabArguments, const std::string& sInput = "",
+                bool bWithLibrary = true) {
+        std::string sCommand = sQuote(OVRUN_PATH);
+        if (bWithLibrary) sCommand += " --library " + sQuote(OVRUN_LIBRARY_PATH);
+        for (const std::string& sArgument : tabArguments) sCommand += " " + sQuote(sArgument);
+        const std::string sInputPath = sWriteScript("stdin.txt", sInput);
+        sCommand += " <" + sQuote(sInputPath) + " >" + sQuote(m_sDirectory + "/out") + " 2>" +
+                    sQuote(m_sDirectory + "/err");
+        STRun stResult;
+        const int nWait = std::system(sCommand.c_str());
+        // The shell reports a child killed by a signal as 128 + the signal.
+        if (WIFEXITED(nWait) && WEXITSTATUS(nWait) < 128) stResult.nStatus = WEXITSTATUS(nWait);
+        stResult.sOut = sReadFile(m_sDirectory + "/out");
+        stResult.sErr = sReadFile(m_sDirectory + "/err");
+        return stResult;
+    }
+
+    std::string m_sDirectory;
+};
+
+TEST_F(OvrunCli, JsonLinesForTheFirstFunctions) {
+    const std::string sScript = sWriteScript("first.ovs",
+                                             "EstPair(4)\n"
+                                             "EstImpair(4)  // a comment is not part of the statement\n"
+                                             "couleur = RVB(1, 2, 3)\n"
+                                             "couleur\n"
+                                             "RVBRouge(RVB(1, 2, 3))\n"
+                                             "fFerme(99)\n");
+    STRun stResult = stRun({"--json", sScript});
+    ASSERT_EQ(stResult.nStatus, 0) << stResult.sErr;
+    std::istringstream clLines(stResult.sOut);
+    std::vector<std::string> tabLines;
+    for (std::string sLine; std::getline(clLines, sLine);) tabLines.push_back(sLine);
+    ASSERT_EQ(tabLines.size(), 5u) << stResult.sOut;
+    EXPECT_EQ(tabLines[0], R"({"expr":"EstPair(4)","type":"bool","value":true,"error":null})");
+    EXPECT_EQ(tabLines[1], R"({"expr":"EstImpair(4)","type":"bool","value":false,"error":null})");
+    EXPECT_EQ(tabLines[2], R"({"expr":"couleur","type":"int","value":197121,"error":null})");
+    EXPECT_EQ(tabLines[3], R"({"expr":"RVBRouge(RVB(1, 2, 3))","type":"int","value":1,"error":null})");
+    EXPECT_EQ(tabLines[4].rfind(R"({"expr":"fFerme(99)","type":"int","value":-1,"error":{"level":2,"code":80022,)", 0),
+              0u)
+        << tabLines[4];
+    EXPECT_NE(tabLines[4].find("99"), std::string::npos);
+}
+
+TEST_F(OvrunCli, LiteralsSurviveTheWholeRoad) {
+    STRun stResult = stRun({"--json", "-e", "\"Élève à l'école 😀\"", "-e", "x\"0A0b\"", "-e", "-2.5e-3", "-e",
+                            "0x1F", "-e", "-9223372036854775808", "-e", "Null", "-e", "Faux"});
+    ASSERT_EQ(stResult.nStatus, 0) << stResult.sErr;
+    EXPECT_EQ(stResult.sOut,
+              "{\"expr\":\"\\\"Élève à l'école 😀\\\"\",\"type\":\"text\",\"value\":\"Élève à l'école 😀\",\"error\":null}\n"
+              "{\"expr\":\"x\\\"0A0b\\\"\",\"type\":\"buffer\",\"value\":\"0a0b\",\"error\":null}\n"
+              "{\"expr\":\"-2.5e-3\",\"type\":\"real\",\"value\":-0.0025000000000000001,\"error\":null}\n"
+              "{\"expr\":\"0x1F\",\"type\":\"int\",\"value\":31,\"error\":null}\n"
+              "{\"expr\":\"-9223372036854775808\",\"type\":\"int64\",\"value\":-9223372036854775808,\"error\":null}\n"
+              "{\"expr\":\"Null\",\"type\":\"null\",\"value\":null,\"error\":null}\n"
+              "{\"expr\":\"Faux\",\"type\":\"bool\",\"value\":false,\"error\":null}\n");
+}
+
+TEST_F(OvrunCli, TextFormShowsValuesThenErrors) {
+    STRun stResult = stRun({"-"}, "n = 4\nEstPair(n)\nfFerme(99)\n\"Noël\\n😀\"\n");
+    ASSERT_EQ(stResult.nStatus, 0) << stResult.sErr;
+    EXPECT_EQ(stResult.sOut.rfind("Vrai\n-1\nerror 80022 (level 2): ", 0), 0u) << stResult.sOut;
+    EXPECT_NE(stResult.sOut.find("\nNoël\n😀\n"), std::string::npos) << stResult.sOut;
+}
+
+struct STRefusalCase {
+    int nLine;
+    std::string sScript;
+    std::string sWhere;  // LINE:COL
+    std::string sMessagePart;
+};
+
+TEST_F(OvrunCli, RefusedScriptsRunNothingAndSayWhere) {
+    const STRefusalCase tabCases[] = {
+        {__LINE__, "EstPair(4)\nEstPair(2)\nRVB(1,\n", "3:7", "expected a value"},
+        {__LINE__, "EstPair(4)\nx = Inexistante(1)\n", "2:5", "unknown function 'Inexistante'"},
+        {__LINE__, "EstPair(4)\n  RVB(1, 2)\n", "2:3", "RVB takes"},
+        {__LINE__, "EstPair(4)\nEstPair(y)\n", "2:9", "unknown name 'y'"},
+        {__LINE__, "EstPair(4)\n\"\\u{D800}\"\n", "2:2", "surrogate"},
+    };
+    for (const STRefusalCase& stCase : tabCases) {
+        const std::string sScript = sWriteScript("refused.ovs", stCase.sScript);
+        STRun stResult = stRun({sScript});
+        EXPECT_EQ(stResult.nStatus, 2) << "line " << stCase.nLine;
+        EXPECT_EQ(stResult.sOut, "") << "line " << stCase.nLine;
+        EXPECT_EQ(stResult.sErr.rfind(sScript + ":" + stCase.sWhere + ": ", 0), 0u)
+            << "line " << stCase.nLine << ": " << stResult.sErr;
+        EXPECT_NE(stResult.sErr.find(stCase.sMessagePart), std::string::npos)
+            << "line " << stCase.nLine << ": " << stResult.sErr;
+    }
+    STRun stResult = stRun({"-e", "EstPair(4)", "-e", "RVB(1, 2)"});
+    EXPECT_EQ(stResult.nStatus, 2);
+    EXPECT_EQ(stResult.sOut, "");
+    EXPECT_EQ(stResult.sErr.rfind("<command line>:2:1: RVB takes 3", 0), 0u) << stResult.sErr;
+}
+
+TEST_F(OvrunCli, NeverCrashesOnHostileInput) {
+    std::string sDeep;
+    for (int n = 0; n < 50000; ++n) sDeep += "RVBRouge(";
+    const std::string tabInputs[] = {
+        sDeep,
+        std::string("\x00\xff\xfe\n\"\xed\xa0\x80\"", 8),
+        "x\"" + std::string(100001, 'A') + "\"",
+        "\"" + std::string(100000, '\\'),
+        "fFerme(99999999999999999999)",
+    };
+    for (const std::string& sInput : tabInputs) {
+        STRun stResult = stRun({"--json", "-"}, sInput);
+        EXPECT_EQ(stResult.nStatus, 2) << stResult.sErr;
+        EXPECT_FALSE(stResult.sErr.empty());
+    }
+}
+
+TEST_F(OvrunCli, DescribesAndListsFunctions) {
+    STRun stDescribe = stRun({"--describe", "RVB"});
+    ASSERT_EQ(stDescribe.nStatus, 0) << stDescribe.sErr;
+    EXPECT_EQ(stDescribe.sOut.rfind("RVB(int, int, int) -> int\n", 0), 0u) << stDescribe.sOut;
+    STRun stList = stRun({"--list"});
+    ASSERT_EQ(stList.nStatus, 0) << stList.sErr;
+    EXPECT_NE(stList.sOut.find("\nEstPair\n"), std::string::npos);
+    EXPECT_NE(stList.sOut.find("\nDateSelecteur [no body]\n"), std::string::npos);
+    EXPECT_EQ(stRun({"--describe", "Inexistante"}).nStatus, 2);
+}
+
+TEST_F(OvrunCli, RefusesALibraryThatCannotBeLoaded) {
+    STRun stResult = stRun({"--library", "/nonexistent/ov200std64.so", "-e", "EstPair(4)"}, "", false);
+    EXPECT_EQ(stResult.nStatus, 2);
+    EXPECT_EQ(stResult.sOut, "");
+    EXPECT_NE(stResult.sErr.find("/nonexistent/ov200std64.so"), std::string::npos) << stResult.sErr;
+}
+
+TEST_F(OvrunCli, TourRunsWithoutArguments) {
+    STRun stResult = stRun({});
+    ASSERT_EQ(stResult.nStatus, 0) << stResult.sErr;
+    EXPECT_NE(stResult.sOut.find("> EstPair(4)\nVrai\n"), std::string::npos) << stResult.sOut;
+    EXPECT_NE(stResult.sOut.find("> fFerme(99)\n-1\nerror 80022 (level 2): "), std::string::npos) << stResult.sOut;
+}
+
+}  // namespace

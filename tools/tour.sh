@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# Builds the library and ovrun, then runs ovrun's bundled tour of the library.
+set -euo pipefail
+root="$(cd "$(dirname "$0")/.." && pwd)"
+"$root/tools/bootstrap.sh"
+cmake -S "$root" -B "$root/build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+ninja -C "$root/build" ovrun ov200std64 >/dev/null
+exec "$root/build/ovrun" "$@"
