@@ -1,6 +1,6 @@
 // The wide printf: one parser and one writer for both the bounded and the allocating forms.
 // Text conversions are done here; numbers and pointers are handed to the C library's snprintf with
-// a rebuilt narrow specification, so that they print exactly as its own printf would.
+// a rebuilt narrow conversion, so that they print exactly as its own printf would.
 #include "base/wide_printf.h"
 
 #include <cerrno>
@@ -151,7 +151,7 @@ void EcritCaractere(CSortieWide& clSortie, const STConversion& stConversion, wch
     EcritAligne(clSortie, stConversion, 1, [&] { clSortie.Ajoute(cCaractere); });
 }
 
-// Rebuilds the narrow specification of a number ("%-+ #0<width>.<precision><length><letter>") and
+// Rebuilds the narrow conversion of a number ("%-+ #0<width>.<precision><length><letter>") and
 // lets snprintf print the value.
 template <class TValeur>
 bool bEcritParLaBibliothequeC(CSortieWide& clSortie, const STConversion& stConversion, const char* pszLongueur,

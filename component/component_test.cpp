@@ -2,6 +2,11 @@
 // Execution, the selectors of InfoComposante, the language object's life and variables.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
 
 #include <set>
 #include <string>
@@ -181,6 +186,65 @@ TEST(LanguageObject, SecondObjectDoesNotRepeatTheOncePerProcessStart) {
     cl2.TermCompo();
     cl1.TermCompo();
     EXPECT_TRUE(CComposanteStandard::m_sbStaticInit) << "a stop does not reset the one-time start";
+}
+
+}  // namespace
+
+extern "C" {
+int bInitLibrary(void* hModule);
+void TermLibrary();
+}
+
+namespace {
+
+volatile sig_atomic_t gnAncienAppele = 0;
+void AncienGestionnaire(int) { gnAncienAppele = gnAncienAppele + 1; }
+
+// A dying child is handed first to the handler that was there before, then reaped, so it never
+// lingers as a zombie; TermLibrary gives SIGCHLD back to the previous handler.
+TEST(Signals, ChildIsReapedAfterThePreviousHandlerRuns) {
+    struct sigaction stAncien {}, stSauve {};
+    stAncien.sa_handler = AncienGestionnaire;
+    sigemptyset(&stAncien.sa_mask);
+    ASSERT_EQ(sigaction(SIGCHLD, &stAncien, &stSauve), 0);
+    ASSERT_EQ(bInitLibrary(nullptr), 1);
+
+    pid_t nFils = fork();
+    ASSERT_GE(nFils, 0);
+    if (nFils == 0) _exit(3);
+    // The handler reaps the child; waiting here only sees it gone.
+    for (int i = 0; i < 200 && gnAncienAppele == 0; ++i) usleep(5000);
+    EXPECT_EQ(gnAncienAppele, 1);
+    int nStatut = 0;
+    pid_t nAttendu = -1;
+    for (int i = 0; i < 200; ++i) {
+        nAttendu = waitpid(nFils, &nStatut, WNOHANG);
+        if (nAttendu != 0) break;
+        usleep(5000);
+    }
+    EXPECT_EQ(nAttendu, -1) << "the child was already reaped";
+    EXPECT_EQ(errno, ECHILD);
+
+    TermLibrary();
+    struct sigaction stApres {};
+    sigaction(SIGCHLD, nullptr, &stApres);
+    EXPECT_EQ(stApres.sa_handler, AncienGestionnaire) << "the previous action is restored";
+    sigaction(SIGCHLD, &stSauve, nullptr);
+}
+
+TEST(Signals, AlarmInterruptsABlockingCall) {
+    ASSERT_EQ(bInitLibrary(nullptr), 1);
+    int tabTube[2];
+    ASSERT_EQ(pipe(tabTube), 0);
+    alarm(1);
+    char c;
+    ssize_t n = read(tabTube[0], &c, 1);  // would block forever without the alarm
+    int nErrno = errno;
+    EXPECT_EQ(n, -1);
+    EXPECT_EQ(nErrno, EINTR);
+    close(tabTube[0]);
+    close(tabTube[1]);
+    TermLibrary();
 }
 
 }  // namespace

@@ -27,8 +27,10 @@ extern const _stErrorDef gstErrorDef8[];
 extern const uint8_t _pbyBufferRes8[];
 extern const int gnTailleBufferRes8;
 
+// The block's offsets are indexed once, on first use; the static's start is thread-safe.
 static bool bGetResAnsi8(STRessourceModule& stRessource) {
-    return bGetResAnsiBlock(_pbyBufferRes8, static_cast<size_t>(gnTailleBufferRes8), stRessource);
+    static const CResAnsiIndex s_clIndex(_pbyBufferRes8, static_cast<size_t>(gnTailleBufferRes8));
+    return s_clIndex.bCherche(stRessource);
 }
 
 const _stMyModuleInfo gstMyModuleInfo8 = {

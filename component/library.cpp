@@ -66,10 +66,7 @@ void CZKLibrary::RaiseError(CXError* pclSource) {
         return;
     }
     if (pclSource == m_pclError) return;
-    bool bAutreBibliotheque = pclSource->nGetLibraryNumber() != m_pclError->nGetLibraryNumber();
-    m_pclError->Copy(pclSource);
-    if (bAutreBibliotheque) m_pclError->DeleteInfo(CXError::EIT_DATAACCESS);
-    pclSource->RAZ();
+    m_pclError->Transfert(pclSource);
 }
 
 void CZKLibrary::RaiseErrorCopy(const CXError* pclSource) {

@@ -807,6 +807,9 @@ bool CStandInMachine::bCall(std::string_view sName, std::vector<CValue>& tabArgu
     } catch (const std::exception& e) {
         if (psError != nullptr) *psError = std::string(sName) + ": " + e.what();
         return false;
+    } catch (...) {
+        if (psError != nullptr) *psError = std::string(sName) + ": the call failed";
+        return false;
     }
 }
 

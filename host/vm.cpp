@@ -268,17 +268,14 @@ const wchar_t* CInformationComposante::pszGetNom(const void* pRow, int nLongueur
 
 void CInformationComposante::Register(const void* pvCle, const std::vector<std::string>& tabNames,
                                       const CMemoryMap& clMap) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    // A second machine on the same library brings the same names: the first registration stands.
+    for (const STEntry& st : m_tabEntries)
+        if (st.pvCle == pvCle) return;
     auto ptab = std::make_shared<std::vector<std::wstring>>();
     ptab->reserve(tabNames.size());
     for (const std::string& s : tabNames) ptab->emplace_back(s.begin(), s.end());  // names are ASCII
-    std::lock_guard<std::mutex> lock(m_mutex);
     m_tabKept.push_back(ptab);
-    for (STEntry& st : m_tabEntries)
-        if (st.pvCle == pvCle) {
-            st.ptabNames = ptab;
-            st.clMap = clMap;
-            return;
-        }
     m_tabEntries.push_back({pvCle, ptab, clMap});
 }
 
