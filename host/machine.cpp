@@ -466,6 +466,8 @@ struct CStandInMachine::CImpl {
     // Row of a function by name: exact first, then without regard to ASCII case. -1 if none.
     int nFindFunction(std::string_view sName) const;
     int nFindConstant(std::string_view sName) const;
+    bool bResolve(std::string_view sName, const std::vector<CValue>& tabArguments, size_t* pnRow, size_t* pnOverload,
+                  std::string* psError) const;
     bool bCall(std::string_view sName, std::vector<CValue>& tabArguments, STCallOutcome* pstOutcome,
                std::string* psError);
     uint32_t dwNextFrame(size_t nGiven);
@@ -648,8 +650,8 @@ struct CCallResources {
 
 }  // namespace
 
-bool CStandInMachine::CImpl::bCall(std::string_view sName, std::vector<CValue>& tabArguments,
-                                   STCallOutcome* pstOutcome, std::string* psError) {
+bool CStandInMachine::CImpl::bResolve(std::string_view sName, const std::vector<CValue>& tabArguments, size_t* pnRow,
+                                      size_t* pnOverload, std::string* psError) const {
     auto bFail = [&](const std::string& s) {
         if (psError != nullptr) *psError = s;
         return false;
@@ -693,9 +695,20 @@ bool CStandInMachine::CImpl::bCall(std::string_view sName, std::vector<CValue>& 
             sCounts += (sCounts.empty() ? "" : ", ") + std::to_string(stO.tabArguments.size()) + (stO.bVariadic ? "+" : "");
         return bFail(stF.sName + " takes " + sCounts + " arguments, not " + std::to_string(nGiven));
     }
-    const STOverloadInfo& stO = stF.tabOverloads[static_cast<size_t>(nBest)];
-    const PFNTHUNK pfnThunk = stTables.tabThunks[nRow][static_cast<size_t>(nBest)];
-    if (pfnThunk == nullptr) return bFail(stF.sName + " has no body on this platform");
+    if (stTables.tabThunks[nRow][static_cast<size_t>(nBest)] == nullptr)
+        return bFail(stF.sName + " has no body on this platform");
+    *pnRow = nRow;
+    *pnOverload = static_cast<size_t>(nBest);
+    return true;
+}
+
+bool CStandInMachine::CImpl::bCall(std::string_view sName, std::vector<CValue>& tabArguments,
+                                   STCallOutcome* pstOutcome, std::string* psError) {
+    size_t nRow = 0, nOverload = 0;
+    if (!bResolve(sName, tabArguments, &nRow, &nOverload, psError)) return false;
+    const size_t nGiven = tabArguments.size();
+    const STOverloadInfo& stO = stTables.tabFunctions[nRow].tabOverloads[nOverload];
+    const PFNTHUNK pfnThunk = stTables.tabThunks[nRow][nOverload];
 
     CStrMemAllocator& clAlloc = CMachineServices::s_Instance().clAllocator();
     CCallResources clRes{clVM, clAlloc, {}, {}, false};
@@ -787,6 +800,31 @@ const std::vector<STClassInfo>& CStandInMachine::tabClasses() const { return m_p
 const std::vector<std::string>& CStandInMachine::tabTypeReferences() const {
     return m_pclImpl->stTables.tabTypeReferences;
 }
+bool CStandInMachine::bPrepare(std::string_view sName, const std::vector<CValue>& tabSample, STPreparedCall* pstCall,
+                               std::string* psError) const {
+    size_t nRow = 0, nOverload = 0;
+    if (!m_pclImpl->bResolve(sName, tabSample, &nRow, &nOverload, psError)) return false;
+    pstCall->pfnThunk = m_pclImpl->stTables.tabThunks[nRow][nOverload];
+    pstCall->nArguments = static_cast<uint32_t>(tabSample.size());
+    return true;
+}
+
+bool CStandInMachine::bCallPrepared(const STPreparedCall& stCall, void** ppArguments, CValue* pclResult) {
+    CImpl& cl = *m_pclImpl;
+    STCallContext stContext;
+    stContext.dwFrame = cl.dwNextFrame(stCall.nArguments);
+    STZKAppel stAppel{};
+    stAppel.piVM = &cl.clVM;
+    stAppel.dwFrame = stContext.dwFrame;
+    cl.clVM.BeginCall(&stContext);
+    STZKAppel* pstPrevious = cl.piLibrary->ChangeContexteAppel(&stAppel);
+    const int nThunk = stCall.pfnThunk(&stAppel, cl.piLibrary, ppArguments);
+    cl.piLibrary->ChangeContexteAppel(pstPrevious);
+    cl.clVM.EndCall(&stContext);
+    *pclResult = std::move(stContext.clResult);
+    return nThunk == 0;
+}
+
 bool CStandInMachine::bFinInitResult() const { return m_pclImpl->bFinInit; }
 void CStandInMachine::SetModeChaine(int nMode) { m_pclImpl->clVM.SetModeChaine(nMode); }
 

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "component/interfaces/machine.h"
 #include "host/value.h"
 
 namespace ovhost {
@@ -78,6 +79,12 @@ struct STCallOutcome {
     std::string sNote;  // what the machine could not take: unread result types, stray members
 };
 
+// A call resolved once, as a compiled program holds it: the thunk of the chosen overload.
+struct STPreparedCall {
+    PFNTHUNK pfnThunk = nullptr;
+    uint32_t nArguments = 0;
+};
+
 class CStandInMachine {
 public:
     CStandInMachine();
@@ -112,6 +119,14 @@ public:
     // no overload for these arguments, no body on this platform. Language errors are outcomes.
     bool bCall(std::string_view sName, std::vector<CValue>& tabArguments, STCallOutcome* pstOutcome,
                std::string* psError);
+
+    // Resolves a call once, from sample arguments, for a caller that then builds the argument
+    // vector itself (benchmarks, embedders). False as bCall when the call cannot be made.
+    bool bPrepare(std::string_view sName, const std::vector<CValue>& tabSample, STPreparedCall* pstCall,
+                  std::string* psError) const;
+    // Runs a prepared call: the vector holds one pointer per argument in the thunk's form. The
+    // result is what the component pushed; the error object is left for pclGetError.
+    bool bCallPrepared(const STPreparedCall& stCall, void** ppArguments, CValue* pclResult);
 
     // Readable form of a type word: "int", "text&", ...
     static std::string s_sTypeWord(uint32_t dwType);

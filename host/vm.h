@@ -107,7 +107,16 @@ public:
     void* pReserve9() override { return nullptr; }
     void* pReserve10() override { return nullptr; }
     void* pReserve11() override { return nullptr; }
-    void* piGetComposant(int /*nNumero*/, CXError* /*pclErreur*/) override { return nullptr; }
+    // The one sibling the component asks for at start: the currency library, 61. Its interface
+    // is an opaque object here; no slot of it is called yet.
+    void* piGetComposant(int nNumero, CXError* /*pclErreur*/) override {
+        return nNumero == 61 ? static_cast<void*>(&m_stDevise) : nullptr;
+    }
+
+private:
+    struct STSiblingDevise {
+        int nReserve = 0;
+    } m_stDevise;
 };
 
 class CInfoLangue final : public IInfoLangue {

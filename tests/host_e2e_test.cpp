@@ -144,6 +144,31 @@ TEST_F(HostEndToEnd, ReportsTheLanguageErrorBesideTheResult) {
     EXPECT_EQ(st.stError.nCode, 80022);
 }
 
+TEST_F(HostEndToEnd, EachCallStartsWithACleanErrorAndTheMessageNamesTheNumber) {
+    const STCallOutcome stEchec = stCall("fFerme", {CValue::Int(-5)});
+    ASSERT_TRUE(stEchec.bError);
+    EXPECT_NE(stEchec.stError.sMessage.find(L"-5"), std::wstring::npos) << "the message shows its parameter";
+    const STCallOutcome stSuivant = stCall("EstPair", {CValue::Int(2)});
+    EXPECT_FALSE(stSuivant.bError) << "an earlier failure does not stick to the next call";
+    EXPECT_EQ(stSuivant.stError.nLevel, 1);
+}
+
+TEST_F(HostEndToEnd, StartsEveryModuleOfTheLanguageObject) {
+    EXPECT_TRUE(m_cl.bFinInitResult()) << "the currency sibling is served, so the start succeeds";
+}
+
+TEST_F(HostEndToEnd, PreparedCallGoesThroughTheSameThunk) {
+    STPreparedCall st;
+    std::string sError;
+    ASSERT_TRUE(m_cl.bPrepare("RVB", {CValue::Int(0), CValue::Int(0), CValue::Int(0)}, &st, &sError)) << sError;
+    int n1 = 1, n2 = 2, n3 = 3;
+    void* tab[] = {&n1, &n2, &n3};
+    CValue cl;
+    ASSERT_TRUE(m_cl.bCallPrepared(st, tab, &cl));
+    EXPECT_EQ(cl.nInteger, 1 + 2 * 256 + 3 * 65536);
+    EXPECT_FALSE(m_cl.bPrepare("DateSelecteur", {}, &st, &sError));
+}
+
 TEST_F(HostEndToEnd, ReportsAForwardWithItsTarget) {
     const STFunctionInfo* pst = m_cl.pstFindFunction("_zipCree_old");
     ASSERT_NE(pst, nullptr);
