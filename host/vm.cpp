@@ -40,7 +40,13 @@ void AddNote(std::string* psNote, const std::string& s) {
 
 void ReadPushedValue(const void* pValeur, int nType, CValue* pcl, std::string* psNote) {
     const uint32_t nCode = static_cast<uint32_t>(nType) & ovtype::CODE_MASK;
-    *pcl = CValue::Null();
+    // Reset in place: results are read on every call, and most are scalars that need no string.
+    pcl->eKind = EValueKind::Null;
+    pcl->nInteger = 0;
+    pcl->dReal = 0;
+    pcl->sText.clear();
+    pcl->sBytes.clear();
+    pcl->tabMembers.clear();
     // Text results by pointer: a null pointer is the null value.
     if (nCode == ovtype::WTEXT) {
         if (pValeur != nullptr) *pcl = CValue::Text(static_cast<const wchar_t*>(pValeur));
@@ -57,10 +63,12 @@ void ReadPushedValue(const void* pValeur, int nType, CValue* pcl, std::string* p
     }
     switch (nCode) {
         case ovtype::BOOL:
-            *pcl = CValue::Bool(tAt<int32_t>(pValeur) != 0);
+            pcl->eKind = EValueKind::Bool;
+            pcl->nInteger = tAt<int32_t>(pValeur) != 0;
             return;
         case ovtype::INT:
-            *pcl = CValue::Int(tAt<int32_t>(pValeur));
+            pcl->eKind = EValueKind::Int;
+            pcl->nInteger = tAt<int32_t>(pValeur);
             return;
         case ovtype::INT64:
         case ovtype::HANDLE:
@@ -104,33 +112,42 @@ CValue STCallContext::clFinalResult() const {
 // ---------------------------------------------------------------------------------------------
 // CVirtualMachine
 
-void CVirtualMachine::BeginCall(STCallContext* pstCall) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_tabCalls.push_back(pstCall);
-}
+namespace {
+// The calls in progress on this thread, innermost last, with the machine that runs each. A thunk
+// pushes its result on the thread that called it, so the lookup needs no lock.
+struct STCallEntry {
+    const CVirtualMachine* pclVM;
+    STCallContext* pstCall;
+};
+// The machine library is linked by its programs, never opened late, so the cheap TLS model holds.
+__attribute__((tls_model("initial-exec"))) thread_local std::vector<STCallEntry> t_tabCalls;
+}  // namespace
+
+void CVirtualMachine::BeginCall(STCallContext* pstCall) { t_tabCalls.push_back({this, pstCall}); }
 
 void CVirtualMachine::EndCall(STCallContext* pstCall) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    for (size_t i = m_tabCalls.size(); i-- > 0;)
-        if (m_tabCalls[i] == pstCall) {
-            m_tabCalls.erase(m_tabCalls.begin() + static_cast<std::ptrdiff_t>(i));
+    for (size_t i = t_tabCalls.size(); i-- > 0;)
+        if (t_tabCalls[i].pstCall == pstCall) {
+            t_tabCalls.erase(t_tabCalls.begin() + static_cast<std::ptrdiff_t>(i));
             return;
         }
 }
 
 STCallContext* CVirtualMachine::m_pstFind(unsigned int dwFrame) {
-    for (size_t i = m_tabCalls.size(); i-- > 0;)
-        if (m_tabCalls[i]->dwFrame == dwFrame) return m_tabCalls[i];
+    for (size_t i = t_tabCalls.size(); i-- > 0;)
+        if (t_tabCalls[i].pclVM == this && t_tabCalls[i].pstCall->dwFrame == dwFrame) return t_tabCalls[i].pstCall;
     return nullptr;
 }
 
 STStructureRetour* CVirtualMachine::m_pstFindStructure(const void* pv, STCallContext** ppstCall) {
-    for (STCallContext* pst : m_tabCalls)
-        for (const std::unique_ptr<STStructureRetour>& p : pst->tabStructures)
+    for (const STCallEntry& st : t_tabCalls) {
+        if (st.pclVM != this) continue;
+        for (const std::unique_ptr<STStructureRetour>& p : st.pstCall->tabStructures)
             if (p.get() == pv) {
-                if (ppstCall != nullptr) *ppstCall = pst;
+                if (ppstCall != nullptr) *ppstCall = st.pstCall;
                 return p.get();
             }
+    }
     return nullptr;
 }
 
@@ -152,7 +169,6 @@ IFenCommun* CVirtualMachine::piGetFenetreAppelante() { return nullptr; }
 int CVirtualMachine::bLitParametreAny(int nParametre, unsigned int dwFrame, CAny*, CXError*) {
     // The extra arguments are kept with the call, but a CAny cannot be built until variants exist.
     try {
-        std::lock_guard<std::mutex> lock(m_mutex);
         if (STCallContext* pst = m_pstFind(dwFrame))
             pst->tabNotes.push_back("variadic argument " + std::to_string(nParametre) + " asked; not given (no variants)");
     } catch (...) {
@@ -164,7 +180,6 @@ int CVirtualMachine::bLitParametreVariable(int, unsigned int, STParametreVariabl
 
 void CVirtualMachine::SetRetour(unsigned int dwFrame, const void* pValeur, int nType) {
     try {
-        std::lock_guard<std::mutex> lock(m_mutex);
         STCallContext* pst = m_pstFind(dwFrame);
         if (pst == nullptr) {
             m_nStray.fetch_add(1);
@@ -205,7 +220,6 @@ int CVirtualMachine::bEmpileChaineCouranteAppel(const wchar_t*, CXError*) { retu
 
 void* CVirtualMachine::pxCreeStructureRetour(unsigned int dwFrame, int nNbMembre) {
     try {
-        std::lock_guard<std::mutex> lock(m_mutex);
         STCallContext* pst = m_pstFind(dwFrame);
         if (pst == nullptr || nNbMembre < 0 || nNbMembre > kMaxStructureMembers) return nullptr;
         auto pstS = std::make_unique<STStructureRetour>();
@@ -222,7 +236,6 @@ void* CVirtualMachine::pxCreeStructureRetour(unsigned int dwFrame, int nNbMembre
 
 void CVirtualMachine::SetMembreStructure(void* pxStructure, int nMembre, const void* pValeur, int nType) {
     try {
-        std::lock_guard<std::mutex> lock(m_mutex);
         STCallContext* pstCall = nullptr;
         STStructureRetour* pstS = m_pstFindStructure(pxStructure, &pstCall);
         if (pstS == nullptr) {
@@ -250,7 +263,6 @@ IVM* CVirtualMachine::piDupliqueVMThread(int, const wchar_t*, void*, CXError*) {
 const wchar_t* CInformationComposante::pszGetNom(const void* pRow, int nLongueur) {
     try {
         if (pRow == nullptr || nLongueur == 0) return kEmpty;
-        std::lock_guard<std::mutex> lock(m_mutex);
         for (const STEntry& st : m_tabEntries) {
             if (!st.clMap.bReadable(pRow, sizeof(uint32_t))) continue;
             const uint32_t nNumber = tAt<uint32_t>(pRow);
@@ -268,7 +280,6 @@ const wchar_t* CInformationComposante::pszGetNom(const void* pRow, int nLongueur
 
 void CInformationComposante::Register(const void* pvCle, const std::vector<std::string>& tabNames,
                                       const CMemoryMap& clMap) {
-    std::lock_guard<std::mutex> lock(m_mutex);
     // A second machine on the same library brings the same names: the first registration stands.
     for (const STEntry& st : m_tabEntries)
         if (st.pvCle == pvCle) return;
@@ -280,7 +291,6 @@ void CInformationComposante::Register(const void* pvCle, const std::vector<std::
 }
 
 void CInformationComposante::Unregister(const void* pvCle) {
-    std::lock_guard<std::mutex> lock(m_mutex);
     for (size_t i = 0; i < m_tabEntries.size(); ++i)
         if (m_tabEntries[i].pvCle == pvCle) {
             m_tabEntries.erase(m_tabEntries.begin() + static_cast<std::ptrdiff_t>(i));

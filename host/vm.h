@@ -85,11 +85,9 @@ public:
     IVM* piDupliqueVMThread(int nType, const wchar_t* pszNom, void* pSlotCallback, CXError* pclErreur) override;
 
 private:
-    STCallContext* m_pstFind(unsigned int dwFrame);              // caller holds m_mutex
-    STStructureRetour* m_pstFindStructure(const void* pv, STCallContext** ppstCall);  // same
+    STCallContext* m_pstFind(unsigned int dwFrame);  // among this thread's calls
+    STStructureRetour* m_pstFindStructure(const void* pv, STCallContext** ppstCall);
 
-    std::mutex m_mutex;
-    std::vector<STCallContext*> m_tabCalls;
     std::atomic<int> m_nModeChaine{1};
     std::atomic<int> m_nStray{0};
 };

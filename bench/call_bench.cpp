@@ -1,0 +1,123 @@
+// The cost of one language call: EstPair through the stand-in machine, the descriptor tables and
+// the thunk, beside the same method called directly. The difference is what the calling
+// convention adds.
+#include <benchmark/benchmark.h>
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "component/composante.h"
+#include "component/interfaces/machine.h"
+#include "host/machine.h"
+
+namespace {
+
+// The peer: the method itself, on an object of the statically linked library.
+void BM_EstPairDirect(benchmark::State& state) {
+    CComposanteStandard cl;
+    int n = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(n);
+        bool b = cl.EstPair(n++);
+        benchmark::DoNotOptimize(b);
+    }
+}
+BENCHMARK(BM_EstPairDirect);
+
+// What a compiled program pays: a call resolved once, then the frame, the call record, the
+// thunk, the method and SetRetour on every call.
+void BM_EstPairThroughMachine(benchmark::State& state) {
+    static ovhost::CStandInMachine s_cl;
+    std::string sError;
+    if (!s_cl.bLoaded() && !s_cl.bLoad(ovhost::CStandInMachine::s_sDefaultLibraryPath(), &sError)) {
+        state.SkipWithError(sError.c_str());
+        return;
+    }
+    ovhost::STPreparedCall st;
+    if (!s_cl.bPrepare("EstPair", {ovhost::CValue::Int(0)}, &st, &sError)) {
+        state.SkipWithError(sError.c_str());
+        return;
+    }
+    int n = 0;
+    void* tab[] = {&n};
+    ovhost::CValue clResult;
+    for (auto _ : state) {
+        ++n;
+        s_cl.bCallPrepared(st, tab, &clResult);
+        benchmark::DoNotOptimize(clResult.nInteger);
+    }
+}
+BENCHMARK(BM_EstPairThroughMachine);
+
+// The thunk alone: the same thunk pointer called with a record whose IVM keeps only the pushed
+// value, so the machine's own bookkeeping is out of the measure.
+class CResultOnlyVM final : public IVM {
+public:
+    int32_t nResult = 0;
+    const wchar_t* pxGetInfoTraitement(int, int) override { return L""; }
+    void ReleaseVM() override {}
+    int bEmpileAnyAppel(CAny*, CXError*) override { return 0; }
+    void PrepareAppel() override {}
+    void SetObjetAppelant(IObjetAPCode*) override {}
+    void SetRetourAppel(CAny*) override {}
+    int nVerifieInterruption(int, CXError*) override { return 0; }
+    void AnnuleAppel() override {}
+    int bVerifieFonctionnalite(int, CXError*) override { return 0; }
+    int bEmpileChampAppel(IObjetAPCode*, CXError*) override { return 0; }
+    IInfoLangue* piGetInfoLangue(int, int) override { return nullptr; }
+    IAppelMethode* piTrouveTraitement(const wchar_t*, int, CXError*) override { return nullptr; }
+    int nExecuteAppel(IAppelMethode*, int, CXError*, int) override { return 0; }
+    IFenCommun* piGetFenetreAppelante() override { return nullptr; }
+    int bLitParametreAny(int, unsigned int, CAny*, CXError*) override { return 0; }
+    int bLitParametreVariable(int, unsigned int, STParametreVariable*, CXError*) override { return 0; }
+    void SetRetour(unsigned int, const void* pValeur, int) override { nResult = *static_cast<const int32_t*>(pValeur); }
+    int nEmpileEntierAppel(int, CXError*) override { return 0; }
+    void EmetAvertissementPerformance(_CXErrorModule8*) override {}
+    int bEmpileTableauAppel(IZKTableau*, CXError*) override { return 0; }
+    int bAuditPerformanceActif() override { return 0; }
+    int nModeChaine() override { return 1; }
+    int bEmpileChaineAppel(const wchar_t*, CXError*) override { return 0; }
+    int bEmpileChaineCouranteAppel(const wchar_t*, CXError*) override { return 0; }
+    void* pxCreeStructureRetour(unsigned int, int) override { return nullptr; }
+    void SetMembreStructure(void*, int, const void*, int) override {}
+    IVM* piDupliqueVMThread(int, const wchar_t*, void*, CXError*) override { return nullptr; }
+};
+
+void BM_EstPairThunkOnly(benchmark::State& state) {
+    static ovhost::CStandInMachine s_cl;
+    std::string sError;
+    if (!s_cl.bLoaded() && !s_cl.bLoad(ovhost::CStandInMachine::s_sDefaultLibraryPath(), &sError)) {
+        state.SkipWithError(sError.c_str());
+        return;
+    }
+    ovhost::STPreparedCall st;
+    if (!s_cl.bPrepare("EstPair", {ovhost::CValue::Int(0)}, &st, &sError)) {
+        state.SkipWithError(sError.c_str());
+        return;
+    }
+    // A language object of the loaded library, made the way the machine makes one.
+    void* h = dlopen(ovhost::CStandInMachine::s_sDefaultLibraryPath().c_str(), RTLD_NOW | RTLD_NOLOAD);
+    auto pfnQuery = reinterpret_cast<void* (*)(int)>(dlsym(h, "pQueryProxy"));
+    auto* piLangage = static_cast<IZKLibrary*>(pfnQuery(60));
+    CResultOnlyVM clVM;
+    STZKAppel stAppel{};
+    stAppel.piVM = &clVM;
+    stAppel.dwFrame = 1;
+    piLangage->ChangeContexteAppel(&stAppel);
+    int n = 0;
+    void* tab[] = {&n};
+    for (auto _ : state) {
+        ++n;
+        st.pfnThunk(&stAppel, piLangage, tab);
+        benchmark::DoNotOptimize(clVM.nResult);
+    }
+    piLangage->Release();
+    dlclose(h);
+}
+BENCHMARK(BM_EstPairThunkOnly);
+
+}  // namespace
+
+BENCHMARK_MAIN();
