@@ -14,6 +14,26 @@
 
 namespace {
 
+ovhost::CStandInMachine& Machine() {
+    static ovhost::CStandInMachine s_cl;
+    return s_cl;
+}
+
+// EstPair resolved once, as a compiled program holds it; false (and the benchmark skipped) when
+// the library cannot be loaded.
+bool bPrepareEstPair(benchmark::State& state, ovhost::STPreparedCall* pst) {
+    std::string sError;
+    if (!Machine().bLoaded() && !Machine().bLoad(ovhost::CStandInMachine::s_sDefaultLibraryPath(), &sError)) {
+        state.SkipWithError(sError.c_str());
+        return false;
+    }
+    if (!Machine().bPrepare("EstPair", {ovhost::CValue::Int(0)}, pst, &sError)) {
+        state.SkipWithError(sError.c_str());
+        return false;
+    }
+    return true;
+}
+
 // The peer: the method itself, on an object of the statically linked library.
 void BM_EstPairDirect(benchmark::State& state) {
     CComposanteStandard cl;
@@ -29,23 +49,14 @@ BENCHMARK(BM_EstPairDirect);
 // What a compiled program pays: a call resolved once, then the frame, the call record, the
 // thunk, the method and SetRetour on every call.
 void BM_EstPairThroughMachine(benchmark::State& state) {
-    static ovhost::CStandInMachine s_cl;
-    std::string sError;
-    if (!s_cl.bLoaded() && !s_cl.bLoad(ovhost::CStandInMachine::s_sDefaultLibraryPath(), &sError)) {
-        state.SkipWithError(sError.c_str());
-        return;
-    }
     ovhost::STPreparedCall st;
-    if (!s_cl.bPrepare("EstPair", {ovhost::CValue::Int(0)}, &st, &sError)) {
-        state.SkipWithError(sError.c_str());
-        return;
-    }
+    if (!bPrepareEstPair(state, &st)) return;
     int n = 0;
     void* tab[] = {&n};
     ovhost::CValue clResult;
     for (auto _ : state) {
         ++n;
-        s_cl.bCallPrepared(st, tab, &clResult);
+        Machine().bCallPrepared(st, tab, &clResult);
         benchmark::DoNotOptimize(clResult.nInteger);
     }
 }
@@ -86,17 +97,8 @@ public:
 };
 
 void BM_EstPairThunkOnly(benchmark::State& state) {
-    static ovhost::CStandInMachine s_cl;
-    std::string sError;
-    if (!s_cl.bLoaded() && !s_cl.bLoad(ovhost::CStandInMachine::s_sDefaultLibraryPath(), &sError)) {
-        state.SkipWithError(sError.c_str());
-        return;
-    }
     ovhost::STPreparedCall st;
-    if (!s_cl.bPrepare("EstPair", {ovhost::CValue::Int(0)}, &st, &sError)) {
-        state.SkipWithError(sError.c_str());
-        return;
-    }
+    if (!bPrepareEstPair(state, &st)) return;
     // A language object of the loaded library, made the way the machine makes one.
     void* h = dlopen(ovhost::CStandInMachine::s_sDefaultLibraryPath().c_str(), RTLD_NOW | RTLD_NOLOAD);
     auto pfnQuery = reinterpret_cast<void* (*)(int)>(dlsym(h, "pQueryProxy"));
