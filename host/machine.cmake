@@ -4,6 +4,7 @@ add_library(ovmachine SHARED
   ${CMAKE_CURRENT_LIST_DIR}/allocator.cpp
   ${CMAKE_CURRENT_LIST_DIR}/machine.cpp
   ${CMAKE_CURRENT_LIST_DIR}/table_reader.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/value.cpp
   ${CMAKE_CURRENT_LIST_DIR}/vm.cpp)
 target_include_directories(ovmachine PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
 target_link_libraries(ovmachine PUBLIC dl)

@@ -414,25 +414,6 @@ CValue clReadBack(const STSlot& st) {
     return CValue::Null();
 }
 
-const char* pszKind(EValueKind e) {
-    switch (e) {
-        case EValueKind::Null: return "null";
-        case EValueKind::Bool: return "bool";
-        case EValueKind::Int: return "int";
-        case EValueKind::Int64: return "int64";
-        case EValueKind::Real: return "real";
-        case EValueKind::Money: return "money";
-        case EValueKind::Text: return "text";
-        case EValueKind::Ansi: return "ansi";
-        case EValueKind::Buffer: return "buffer";
-        case EValueKind::Date: return "date";
-        case EValueKind::Time: return "time";
-        case EValueKind::DateTime: return "datetime";
-        case EValueKind::Duration: return "duration";
-        case EValueKind::Multiple: return "multiple";
-    }
-    return "?";
-}
 
 }  // namespace
 
@@ -676,7 +657,7 @@ bool CStandInMachine::CImpl::bResolve(std::string_view sName, const std::vector<
             const int n = nFitCost(tabArguments[i], stO.tabArguments[i]);
             if (n < 0) {
                 if (sWhyNot.empty())
-                    sWhyNot = stF.sName + ": argument " + std::to_string(i + 1) + " (" + pszKind(tabArguments[i].eKind) +
+                    sWhyNot = stF.sName + ": argument " + std::to_string(i + 1) + " (" + pszKindName(tabArguments[i].eKind) +
                               ") does not convert to " + s_sTypeWord(stO.tabArguments[i]);
                 nTotal = -1;
             } else {

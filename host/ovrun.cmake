@@ -28,9 +28,9 @@ add_custom_command(
 
 add_library(ovrun_script STATIC
   ${CMAKE_CURRENT_LIST_DIR}/script.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/printer.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/value.cpp)
+  ${CMAKE_CURRENT_LIST_DIR}/printer.cpp)
 target_include_directories(ovrun_script PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
+target_link_libraries(ovrun_script PUBLIC ovmachine)  # the value model lives with the machine
 
 ov_add_tests(ovrun_script_test SOURCES ${CMAKE_CURRENT_LIST_DIR}/script_test.cpp LIBS ovrun_script)
 

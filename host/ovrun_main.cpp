@@ -199,12 +199,18 @@ int nDescribe(const CStandInMachine& clMachine, const std::string& sName) {
 int nRunStatements(IScriptHost* piHost, const std::vector<STStatement>& tabStatements, const std::string& sOrigin,
                    bool bJson, bool bEcho) {
     CScriptRunner clRunner(piHost);
+    const bool bNarrate = bEcho && !bJson;
+    bool bAfterStatement = false;
     for (const STStatement& stStatement : tabStatements) {
         if (stStatement.eKind == EStatementKind::Remark) {
-            if (bEcho && !bJson) WriteOut(stStatement.sSource);
+            // A remark after statements opens a new paragraph of the narration.
+            if (bNarrate && bAfterStatement) WriteOut("");
+            if (bNarrate) WriteOut(stStatement.sSource);
+            bAfterStatement = false;
             continue;
         }
-        if (bEcho && !bJson) WriteOut("> " + stStatement.sSource);
+        bAfterStatement = true;
+        if (bNarrate) WriteOut("> " + stStatement.sSource);
         STStatementResult stResult;
         STScriptError stError;
         if (!clRunner.bRun(stStatement, &stResult, &stError)) {

@@ -82,11 +82,11 @@ TEST_F(OvrunCli, JsonLinesForTheFirstFunctions) {
     std::vector<std::string> tabLines;
     for (std::string sLine; std::getline(clLines, sLine);) tabLines.push_back(sLine);
     ASSERT_EQ(tabLines.size(), 5u) << stResult.sOut;
-    EXPECT_EQ(tabLines[0], R"({"expr":"EstPair(4)","type":"bool","value":true,"error":null})");
-    EXPECT_EQ(tabLines[1], R"({"expr":"EstImpair(4)","type":"bool","value":false,"error":null})");
-    EXPECT_EQ(tabLines[2], R"({"expr":"couleur","type":"int","value":197121,"error":null})");
-    EXPECT_EQ(tabLines[3], R"({"expr":"RVBRouge(RVB(1, 2, 3))","type":"int","value":1,"error":null})");
-    EXPECT_EQ(tabLines[4].rfind(R"({"expr":"fFerme(99)","type":"int","value":-1,"error":{"level":2,"code":80022,)", 0),
+    EXPECT_EQ(tabLines[0], R"j({"expr":"EstPair(4)","type":"bool","value":true,"error":null})j");
+    EXPECT_EQ(tabLines[1], R"j({"expr":"EstImpair(4)","type":"bool","value":false,"error":null})j");
+    EXPECT_EQ(tabLines[2], R"j({"expr":"couleur","type":"int","value":197121,"error":null})j");
+    EXPECT_EQ(tabLines[3], R"j({"expr":"RVBRouge(RVB(1, 2, 3))","type":"int","value":1,"error":null})j");
+    EXPECT_EQ(tabLines[4].rfind(R"j({"expr":"fFerme(99)","type":"int","value":-1,"error":{"level":2,"code":80022,)j", 0),
               0u)
         << tabLines[4];
     EXPECT_NE(tabLines[4].find("99"), std::string::npos);
