@@ -248,3 +248,39 @@ TEST(Signals, AlarmInterruptsABlockingCall) {
 }
 
 }  // namespace
+
+namespace {
+
+struct STChargeTexte {
+    uint32_t dwMot;
+    uint32_t nMessage;
+    wchar_t* pszTampon;
+    uint32_t nTaille;
+    int32_t nResultat;
+};
+
+int FournisseurMachine(unsigned int nId, wchar_t* psz, int nTaille) {
+    if (nId != 27022 || nTaille < 8) return 0;
+    wcscpy(psz, L"Fermé");
+    return 5;
+}
+
+// The machine loads texts through CommandeComposante, and may put its own provider in front.
+TEST(CommandeComposante, LoadsTextsAndLetsTheMachineProviderOverride) {
+    wchar_t sz[256] = {};
+    STChargeTexte st{0, 27022, sz, 256, -7};
+    int n = CommandeComposante(3, reinterpret_cast<intptr_t>(&st));
+    EXPECT_GT(n, 0);
+    EXPECT_EQ(st.nResultat, n);
+    EXPECT_NE(std::wstring(sz).find(L"file number"), std::wstring::npos) << "the library's own English text";
+
+    EXPECT_EQ(CommandeComposante(2, reinterpret_cast<intptr_t>(&FournisseurMachine)), 1);
+    n = CommandeComposante(3, reinterpret_cast<intptr_t>(&st));
+    EXPECT_EQ(std::wstring(sz), L"Fermé");
+    EXPECT_EQ(CommandeComposante(2, 0), 1);
+
+    EXPECT_EQ(CommandeComposante(4, 12345), -1) << "usage of an unknown resource";
+    EXPECT_EQ(CommandeComposante(9, 0), 0);
+}
+
+}  // namespace
