@@ -1,13 +1,21 @@
 // Message resources: block index, decoding, provider, load and format functions.
 #include "base/resources.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
 
+#include "base/data_compressor.h"
+#include "base/format_message.h"
 #include "base/internal/utf.h"
 #include "base/tstring.h"
 #include "base/wide_printf.h"
+
+#define OV_EXPORT extern "C" __attribute__((visibility("default")))
 
 PFNLOADSTRINGOVM gpfnLoadStringOVM = nullptr;
 bool gbInitialise = false;
@@ -18,6 +26,33 @@ bool DLLRES_bInit() noexcept {
 }
 
 void DLLRES_Term() noexcept { gbInitialise = false; }
+
+int DLLRES_bUtiliseDLLRes() noexcept { return 0; }
+
+void* ghGetRessourceHandle = nullptr;
+
+void DLLRES_SetFichierOVM(const wchar_t*) noexcept {}
+
+OV_EXPORT void* DLLRES_pLoadResourceModule(const _stMyModuleInfo*, unsigned int, const wchar_t*,
+                                           unsigned int* pnTaille) noexcept {
+    if (pnTaille != nullptr) *pnTaille = 0;
+    return nullptr;
+}
+
+void* DLLRES_pLoadResource(const _stMyModuleInfo* pstModule, void* hModule, unsigned int nIdRessource,
+                           const wchar_t* pszType, unsigned int* pnTaille) noexcept {
+    if (hModule == nullptr) return nullptr;
+    using PFNLOADRESOURCEMODULE = void* (*)(const _stMyModuleInfo*, unsigned int, const wchar_t*, unsigned int*);
+    auto pfnCharge = reinterpret_cast<PFNLOADRESOURCEMODULE>(dlsym(hModule, "DLLRES_pLoadResourceModule"));
+    if (pfnCharge == nullptr) return nullptr;
+    return pfnCharge(pstModule, nIdRessource, pszType, pnTaille);
+}
+
+bool DLLRES_bForceInitRessource(PFNINITRESSOURCE pfnRappel) noexcept {
+    if (pfnRappel == nullptr) return false;
+    alignas(8) uint8_t abyRecord[24] = {};
+    return pfnRappel(3, abyRecord) != 0;
+}
 
 namespace {
 
@@ -101,26 +136,72 @@ bool bGetResAnsiBlock(const uint8_t* pbyBlock, size_t nTaille, STRessourceModule
 }
 
 bool bDecodeRessource(const STRessourceModule& stRessource, CTString* pclTexte) noexcept {
-    if (pclTexte == nullptr || (stRessource.pbyDonnees == nullptr && stRessource.dwLongueur != 0)) return false;
-    wchar_t* pszTexte;
-    switch (stRessource.dwFormat) {
-        case RESSOURCE_FORMAT_UTF8:
-            pszTexte = base_internal::pszUtf8VersWideAlloue(reinterpret_cast<const char*>(stRessource.pbyDonnees),
-                                                             stRessource.dwLongueur);
-            break;
-        case RESSOURCE_FORMAT_UTF16:
-            pszTexte = base_internal::pszUtf16LeVersWideAlloue(stRessource.pbyDonnees, stRessource.dwLongueur);
-            break;
-        default: return false;
-    }
-    if (pszTexte == nullptr && stRessource.dwLongueur != 0) return false;
-    if (pszTexte != nullptr) {
-        // A zero inside the data ends the text where a reader of the wide string would stop anyway.
-        pclTexte->SetBuffer(pszTexte);
-    } else {
-        pclTexte->Vide();
-    }
+    if (pclTexte == nullptr) return false;
+    wchar_t* pszTexte = CDataCompressor::s_pszDeCompress(stRessource);
+    if (pszTexte == nullptr) return false;
+    // A zero inside the data ends the text where a reader of the wide string would stop anyway.
+    pclTexte->SetBuffer(pszTexte);
     return true;
+}
+
+// The class-wide decoders of the packer live here, beside the UTF decoders they need, so that
+// base/data_compressor.cpp stays free of them for the build tool.
+int CDataCompressor::s_nDeCompress(wchar_t* pszSortie, int* pnLongueur, const STRessourceModule& stRessource) noexcept {
+    if (pnLongueur == nullptr || *pnLongueur < 0 || (pszSortie == nullptr && *pnLongueur > 0))
+        return RESULTAT_DONNEES_INVALIDES;
+    const size_t nPlace = static_cast<size_t>(*pnLongueur);
+    *pnLongueur = 0;
+    if ((stRessource.dwFormat != RESSOURCE_FORMAT_UTF8 && stRessource.dwFormat != RESSOURCE_FORMAT_UTF16) ||
+        (stRessource.pbyDonnees == nullptr && stRessource.dwLongueur != 0) || stRessource.dwLongueur > 0x3fffffff)
+        return RESULTAT_DONNEES_INVALIDES;
+
+    constexpr size_t TAILLE_PILE = 256;
+    const size_t nTravail = s_nTailleDecompresseeMax(stRessource.dwLongueur);
+    uint8_t abyCourt[TAILLE_PILE];
+    uint8_t* pbyTravail = abyCourt;
+    if (nTravail > TAILLE_PILE) {
+        pbyTravail = static_cast<uint8_t*>(malloc(nTravail));
+        if (pbyTravail == nullptr) return RESULTAT_DONNEES_INVALIDES;
+    }
+    CDataCompressor clCompresseur;
+    int nOctets = static_cast<int>(nTravail);
+    const int nResultat = clCompresseur.nDeCompress(pbyTravail, &nOctets, stRessource.pbyDonnees,
+                                                    static_cast<int>(stRessource.dwLongueur));
+    int nRetour = nResultat;
+    if (nResultat == RESULTAT_OK || nResultat == RESULTAT_SORTIE_COURTE) {
+        // The working buffer is sized for any stream, so the text is never cut; the bound stays.
+        const size_t nUtiles = static_cast<size_t>(nOctets) < nTravail ? static_cast<size_t>(nOctets) : nTravail - 1;
+        const size_t nEcrivables = nPlace > 0 ? nPlace - 1 : 0;
+        const size_t nCaracteres =
+            stRessource.dwFormat == RESSOURCE_FORMAT_UTF8
+                ? base_internal::nUtf8VersWide(reinterpret_cast<const char*>(pbyTravail), nUtiles, pszSortie,
+                                               nEcrivables)
+                : base_internal::nUtf16LeVersWide(pbyTravail, nUtiles, pszSortie, nEcrivables);
+        *pnLongueur = static_cast<int>(nCaracteres);
+        if (nCaracteres + 1 > nPlace) {
+            if (nPlace > 0) pszSortie[nPlace - 1] = 0;
+            nRetour = RESULTAT_SORTIE_COURTE;
+        } else {
+            pszSortie[nCaracteres] = 0;
+            nRetour = RESULTAT_OK;
+        }
+    }
+    if (pbyTravail != abyCourt) free(pbyTravail);
+    return nRetour;
+}
+
+wchar_t* CDataCompressor::s_pszDeCompress(const STRessourceModule& stRessource) noexcept {
+    if (stRessource.dwLongueur > 0x3fffffff) return nullptr;
+    // Every byte unpacked gives at most one character.
+    const size_t nPlace = s_nTailleDecompresseeMax(stRessource.dwLongueur);
+    auto* pszTexte = static_cast<wchar_t*>(malloc(nPlace * sizeof(wchar_t)));
+    if (pszTexte == nullptr) return nullptr;
+    int nLongueur = static_cast<int>(nPlace);
+    if (s_nDeCompress(pszTexte, &nLongueur, stRessource) != RESULTAT_OK) {
+        free(pszTexte);
+        return nullptr;
+    }
+    return pszTexte;
 }
 
 bool OVM_bLoadString(unsigned int nIdRessource, CTString* pclTexte) noexcept {
@@ -179,19 +260,24 @@ int DLLRES_nGetUtilisation(const _stMyModuleInfo* pstModule, unsigned int nIdRes
     return stRessource.nUtilisation;
 }
 
+unsigned int DLLRES_dwFormatMessage(const wchar_t* pszFormat, wchar_t** ppszTexte, va_list pArguments) noexcept {
+    if (ppszTexte == nullptr) return 0;
+    *ppszTexte = nullptr;
+    va_list pCopie;
+    va_copy(pCopie, pArguments);
+    const unsigned int dwLongueur =
+        FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_STRING, pszFormat, 0, 0,
+                       reinterpret_cast<wchar_t*>(ppszTexte), 0, &pCopie);
+    va_end(pCopie);
+    return dwLongueur;
+}
+
 unsigned int DLLRES_dwFormatMessage(const wchar_t* pszFormat, CTString* pclTexte, va_list pArguments) noexcept {
     if (pclTexte == nullptr) return 0;
     wchar_t* pszTexte = nullptr;
-    const int nLongueur = vaswprintfWin(&pszTexte, pszFormat, pArguments);
-    if (nLongueur < 0) return 0;
-    pclTexte->SetBuffer(pszTexte);
-    return static_cast<unsigned int>(nLongueur);
-}
-
-unsigned int DLLRES_dwFormatMessage(const wchar_t* pszFormat, wchar_t** ppszTexte, va_list pArguments) noexcept {
-    if (ppszTexte == nullptr) return 0;
-    const int nLongueur = vaswprintfWin(ppszTexte, pszFormat, pArguments);
-    return nLongueur < 0 ? 0 : static_cast<unsigned int>(nLongueur);
+    const unsigned int dwLongueur = DLLRES_dwFormatMessage(pszFormat, &pszTexte, pArguments);
+    if (pszTexte != nullptr) pclTexte->SetBuffer(pszTexte);
+    return dwLongueur;
 }
 
 bool DLLRES_bFormatMessageList(const _stMyModuleInfo* pstModule, unsigned int nIdRessource, CTString* pclTexte,
@@ -260,5 +346,88 @@ bool DLLRES_bFormatMessageSingulierPluriel(const _stMyModuleInfo* pstModule, int
     const bool bResultat =
         DLLRES_bFormatMessageSingulierPlurielList(pstModule, nPartie, nIdRessource, pclTexte, pArguments);
     va_end(pArguments);
+    return bResultat;
+}
+
+CTStringRes::CTStringRes(const _stMyModuleInfo* pstModule, unsigned int nIdRessource, ...) noexcept {
+    va_list pArguments;
+    va_start(pArguments, nIdRessource);
+    DLLRES_bFormatMessageList(pstModule, nIdRessource, this, pArguments);
+    va_end(pArguments);
+}
+
+CTStringResNoFormat::CTStringResNoFormat(const _stMyModuleInfo* pstModule, unsigned int nIdRessource) noexcept {
+    DLLRES_bLoadString(pstModule, nIdRessource, this);
+}
+
+// ---------------------------------------------------------------- message files
+
+namespace {
+
+// Reads exactly nTaille bytes; a short read is a failure.
+bool bLitTout(int nFichier, void* pDestination, size_t nTaille) noexcept {
+    auto* pbyDestination = static_cast<uint8_t*>(pDestination);
+    while (nTaille > 0) {
+        const ssize_t nLus = read(nFichier, pbyDestination, nTaille);
+        if (nLus < 0 && errno == EINTR) continue;
+        if (nLus <= 0) return false;
+        pbyDestination += nLus;
+        nTaille -= static_cast<size_t>(nLus);
+    }
+    return true;
+}
+
+bool bLit32(int nFichier, uint32_t* pdwValeur) noexcept {
+    uint8_t aby[4];
+    if (!bLitTout(nFichier, aby, sizeof aby)) return false;
+    *pdwValeur = static_cast<uint32_t>(aby[0]) | static_cast<uint32_t>(aby[1]) << 8 |
+                 static_cast<uint32_t>(aby[2]) << 16 | static_cast<uint32_t>(aby[3]) << 24;
+    return true;
+}
+
+// Reads pairs (key, offset) until the key asked; answers its offset, 0 when the list ends first
+// (a key of 0, and with bFinParDeuxZeros only a pair of two zeros) or a read fails.
+uint32_t dwChercheDansListe(int nFichier, uint32_t dwCle, bool bFinParDeuxZeros) noexcept {
+    for (;;) {
+        uint32_t dwCleLue;
+        uint32_t dwOffset;
+        if (!bLit32(nFichier, &dwCleLue) || !bLit32(nFichier, &dwOffset)) return 0;
+        if (dwCleLue == 0 && (!bFinParDeuxZeros || dwOffset == 0)) return 0;
+        if (dwCleLue == dwCle) return dwOffset;
+    }
+}
+
+bool bLitMessage(int nFichier, unsigned int nJeu, unsigned int nIdMessage, wchar_t* pszBuffer,
+                 size_t nTailleOctets) noexcept {
+    uint32_t dwEntete;
+    if (!bLit32(nFichier, &dwEntete) || (dwEntete >> 16) != 1) return false;
+    const uint32_t dwOffsetJeu = dwChercheDansListe(nFichier, nJeu, true);
+    if (dwOffsetJeu == 0 || lseek(nFichier, dwOffsetJeu, SEEK_SET) < 0) return false;
+    if (nIdMessage == 0) return false;  // a zero id ends the list: no message has it
+    const uint32_t dwOffsetMessage = dwChercheDansListe(nFichier, nIdMessage, false);
+    if (dwOffsetMessage == 0 || lseek(nFichier, dwOffsetMessage, SEEK_SET) < 0) return false;
+    uint32_t dwOctets;
+    if (!bLit32(nFichier, &dwOctets)) return false;
+    const size_t nOctets = dwOctets < nTailleOctets ? dwOctets : nTailleOctets;
+    auto* pbyBuffer = reinterpret_cast<uint8_t*>(pszBuffer);
+    if (!bLitTout(nFichier, pbyBuffer, nOctets)) return false;
+    // The text need not carry its own terminator: the rest of the character it ends in and the
+    // next one are zeroed, and the buffer's last character always is.
+    const size_t nFinZero = (nOctets + sizeof(wchar_t) - 1) / sizeof(wchar_t) * sizeof(wchar_t) + sizeof(wchar_t);
+    memset(pbyBuffer + nOctets, 0, (nFinZero < nTailleOctets ? nFinZero : nTailleOctets) - nOctets);
+    pszBuffer[nTailleOctets / sizeof(wchar_t) - 1] = 0;
+    return true;
+}
+
+}  // namespace
+
+bool bRM_LoadMess(unsigned int nJeu, const char* pszChemin, unsigned int nIdMessage, wchar_t* pszBuffer,
+                  int nTailleOctets) noexcept {
+    if (pszChemin == nullptr || pszBuffer == nullptr || nTailleOctets < static_cast<int>(sizeof(wchar_t)))
+        return false;
+    const int nFichier = open(pszChemin, O_RDONLY | O_CLOEXEC);
+    if (nFichier < 0) return false;
+    const bool bResultat = bLitMessage(nFichier, nJeu, nIdMessage, pszBuffer, static_cast<size_t>(nTailleOctets));
+    close(nFichier);
     return bResultat;
 }

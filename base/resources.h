@@ -8,8 +8,7 @@
 
 #include "base/module_info.h"
 #include "base/tableau.h"
-
-class CTString;
+#include "base/tstring.h"
 
 // The machine's message provider: (resource id, buffer, buffer length in characters) -> length of
 // the text; 0 or less for none, more than the buffer length for the length it needs.
@@ -19,6 +18,25 @@ extern bool gbInitialise;
 
 bool DLLRES_bInit() noexcept;
 void DLLRES_Term() noexcept;
+
+// Texts come from the block inside the library, never from a separate resource library: these
+// answer as a library without one does.
+int DLLRES_bUtiliseDLLRes() noexcept;
+extern void* ghGetRessourceHandle;
+void DLLRES_SetFichierOVM(const wchar_t* pszFichier) noexcept;
+
+// A library's raw resource by id and type, for the runtime's other libraries; this one has none
+// and answers null. Exported.
+extern "C" void* DLLRES_pLoadResourceModule(const _stMyModuleInfo* pstModule, unsigned int nIdRessource,
+                                            const wchar_t* pszType, unsigned int* pnTaille) noexcept;
+// Looks the entry above up in the library hModule and forwards to it; null when it has none.
+void* DLLRES_pLoadResource(const _stMyModuleInfo* pstModule, void* hModule, unsigned int nIdRessource,
+                           const wchar_t* pszType, unsigned int* pnTaille) noexcept;
+
+// Asks a library's resource callback to set itself up: command 3 with a zeroed record of 24 bytes.
+// False for a null callback, else the callback's answer.
+using PFNINITRESSOURCE = int (*)(int nCommande, void* pRecord);
+bool DLLRES_bForceInitRessource(PFNINITRESSOURCE pfnRappel) noexcept;
 
 // The index of a resource block: offsets of its records, built once by the constructor, searched by
 // id. The block is a run of records (16-bit size, 16-bit id, flag byte, 16-bit data length, data),
@@ -40,7 +58,7 @@ private:
 // points into the block.
 bool bGetResAnsiBlock(const uint8_t* pbyBlock, size_t nTaille, STRessourceModule& stRessource) noexcept;
 
-// The text of a record found by a lookup.
+// The text of a record found by a lookup: its packed data unpacked, then decoded as its format says.
 bool bDecodeRessource(const STRessourceModule& stRessource, CTString* pclTexte) noexcept;
 
 // The provider's text. False when no provider is set or it has none.
@@ -79,3 +97,24 @@ bool DLLRES_bFormatMessageSingulierPluriel(const _stMyModuleInfo* pstModule, int
 bool DLLRES_bFormatMessageSingulierPlurielList(const _stMyModuleInfo* pstModule, int nPartie,
                                                unsigned int nIdRessource, CTString* pclTexte,
                                                va_list pArguments) noexcept;
+
+// A text made of a resource: formatted with the parameters, or, NoFormat, as it stands. Empty when
+// the resource is missing.
+class CTStringRes : public CTString {
+public:
+    CTStringRes(const _stMyModuleInfo* pstModule, unsigned int nIdRessource, ...) noexcept;
+};
+
+class CTStringResNoFormat : public CTString {
+public:
+    CTStringResNoFormat(const _stMyModuleInfo* pstModule, unsigned int nIdRessource) noexcept;
+};
+
+// One message from a message file: the text of message nIdMessage of set nJeu, read into
+// pszBuffer (nTailleOctets bytes), cut to fit and zero-terminated. The file: a 32-bit header whose
+// upper 16 bits are 1; pairs (set, offset) ended by two zeros; at a set's offset, pairs (message
+// id, offset) ended by a zero id; at a message's offset, a 32-bit byte count and the UTF-32 text.
+// All numbers 32-bit little-endian. False when the file, the set or the message is missing, or on
+// any read or seek failure.
+bool bRM_LoadMess(unsigned int nJeu, const char* pszChemin, unsigned int nIdMessage, wchar_t* pszBuffer,
+                  int nTailleOctets) noexcept;

@@ -4,14 +4,23 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <memory>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
+#include "base/data_compressor.h"
 #include "base/internal/test_resource_block.h"
 #include "base/tstring.h"
+#include "generated/catalogue_counts.h"
+
+extern const _stErrorDef gstErrorDef8[];
+extern const uint8_t _pbyBufferRes8[];
+extern const int gnTailleBufferRes8;
 
 namespace {
 
@@ -104,7 +113,8 @@ TEST(ResourceBlock, DecodesUtf8AndUtf16Texts) {
 }
 
 TEST(ResourceBlock, StopsTheWalkAtTheFirstUnsoundRecord) {
-    const std::vector<uint8_t> tabSain = tabConstruitBloc({{10, 0, "un"}, {20, 0, "deux"}, {30, 0, "trois"}});
+    const std::vector<uint8_t> tabSain =
+        base_internal::tabConstruitBlocBrut({{10, 0, "un"}, {20, 0, "deux"}, {30, 0, "trois"}});
     // Offsets: record 10 at 0 (9 bytes), 20 at 9 (11 bytes), 30 at 20 (12 bytes), end mark at 32.
     EXPECT_TRUE(STBlocExact(tabSain, tabSain.size()).bTrouve(30));
     EXPECT_TRUE(STBlocExact(tabSain, 32).bTrouve(30)) << "a block without end mark ends with its size";
@@ -131,6 +141,56 @@ TEST(ResourceBlock, StopsTheWalkAtTheFirstUnsoundRecord) {
 
     STRessourceModule stRessource{10, nullptr, 0, 0, -1};
     EXPECT_FALSE(bGetResAnsiBlock(nullptr, 100, stRessource));
+}
+
+std::string sUtf8(const wchar_t* pszTexte) {
+    std::string s;
+    for (; *pszTexte != 0; ++pszTexte) {
+        const auto c = static_cast<char32_t>(*pszTexte);
+        if (c < 0x80) {
+            s += static_cast<char>(c);
+        } else if (c < 0x800) {
+            s += static_cast<char>(0xC0 | (c >> 6));
+            s += static_cast<char>(0x80 | (c & 0x3F));
+        } else if (c < 0x10000) {
+            s += static_cast<char>(0xE0 | (c >> 12));
+            s += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+            s += static_cast<char>(0x80 | (c & 0x3F));
+        } else {
+            s += static_cast<char>(0xF0 | (c >> 18));
+            s += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+            s += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+            s += static_cast<char>(0x80 | (c & 0x3F));
+        }
+    }
+    return s;
+}
+
+// The library's own block: every error row finds its message, the text reads cleanly, and packing
+// it again gives the bytes stored, so nothing was lost between the catalogue and the block.
+TEST(LibraryBlock, EveryErrorMessageUnpacksAndRepacksToItsRecord) {
+    const CResAnsiIndex clIndex(_pbyBufferRes8, static_cast<size_t>(gnTailleBufferRes8));
+    ASSERT_GT(gnNbErrorDef8, 0);
+    for (int i = 0; i < gnNbErrorDef8; ++i) {
+        const unsigned int nId = gstErrorDef8[i].dwRessource;
+        STRessourceModule stRessource{nId, nullptr, 0, 0, -1};
+        ASSERT_TRUE(clIndex.bCherche(stRessource)) << "resource " << nId;
+        EXPECT_EQ(stRessource.dwFormat, RESSOURCE_FORMAT_UTF8) << "resource " << nId;
+        CTString clTexte;
+        ASSERT_TRUE(DLLRES_bLoadString(&gstMyModuleInfo8, nId, &clTexte)) << "resource " << nId;
+        EXPECT_FALSE(clTexte.bEstVide()) << "resource " << nId;
+        EXPECT_EQ(wcschr(clTexte.pszGet(), L'\uFFFD'), nullptr) << "resource " << nId;
+        const std::string sPaquet = base_internal::sCompresse(sUtf8(clTexte.pszGet()));
+        EXPECT_EQ(sPaquet, std::string(reinterpret_cast<const char*>(stRessource.pbyDonnees), stRessource.dwLongueur))
+            << "resource " << nId;
+    }
+    // The markers at both ends are plain text.
+    for (const auto& [nId, pszTexte] : {std::pair<unsigned int, const char*>{257, "ORVANE RES BLOC UTF16 START "},
+                                        {65535, "ORVANE RES BLOC UTF16 STOP"}}) {
+        STRessourceModule stRessource{nId, nullptr, 0, 0, -1};
+        ASSERT_TRUE(clIndex.bCherche(stRessource)) << nId;
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(stRessource.pbyDonnees), stRessource.dwLongueur), pszTexte);
+    }
 }
 
 TEST(ResourceLoad, MissingResourceLeavesTheTargetUntouched) {
@@ -232,6 +292,166 @@ TEST_F(ResourceProvider, LongTextIsFetchedAgainWithTheRoomItAskedFor) {
     wchar_t szBuffer[4];
     EXPECT_EQ(OVM_nLoadString(2000, szBuffer, 4), 3);
     EXPECT_STREQ(szBuffer, L"ééé");
+}
+
+// ---------------------------------------------------------------- message files
+
+// A message file as the loader reads it, written to a temporary path.
+class MessageFile : public testing::Test {
+protected:
+    static void Ajoute32(std::string& s, uint32_t n) {
+        for (int i = 0; i < 4; ++i) s.push_back(static_cast<char>((n >> (8 * i)) & 0xFF));
+    }
+    static std::string sTexte32(const std::wstring& sTexte, bool bTerminateur) {
+        std::string s;
+        for (wchar_t c : sTexte) Ajoute32(s, static_cast<uint32_t>(c));
+        if (bTerminateur) Ajoute32(s, 0);
+        return s;
+    }
+
+    // Sets 1 (message 5) and 2 (messages 7, 8 with offset 0, 9 without terminator); set 3 has
+    // offset 0. Layout: header 4, set list 32, set 1 list 16 at 36, set 2 list 32 at 52, texts at 84.
+    static std::string sFichierType() {
+        const std::string sTexte7 = sTexte32(L"Élève \U0001D11E", true);
+        const std::string sTexte5 = sTexte32(L"un", true);
+        const std::string sTexte9 = sTexte32(L"sans fin", false);
+        const uint32_t dwTexte7 = 84;
+        const uint32_t dwTexte5 = dwTexte7 + 4 + static_cast<uint32_t>(sTexte7.size());
+        const uint32_t dwTexte9 = dwTexte5 + 4 + static_cast<uint32_t>(sTexte5.size());
+        std::string s;
+        Ajoute32(s, 0x00010000);
+        for (uint32_t n : {1u, 36u, 2u, 52u, 3u, 0u, 0u, 0u}) Ajoute32(s, n);
+        for (uint32_t n : {5u, dwTexte5, 0u, 0u}) Ajoute32(s, n);
+        for (uint32_t n : {7u, dwTexte7, 8u, 0u, 9u, dwTexte9, 0u, 0u}) Ajoute32(s, n);
+        Ajoute32(s, static_cast<uint32_t>(sTexte7.size()));
+        s += sTexte7;
+        Ajoute32(s, static_cast<uint32_t>(sTexte5.size()));
+        s += sTexte5;
+        Ajoute32(s, static_cast<uint32_t>(sTexte9.size()));
+        s += sTexte9;
+        return s;
+    }
+
+    void Ecrit(const std::string& sContenu) {
+        FILE* pFichier = fopen(m_szChemin, "wb");
+        ASSERT_NE(pFichier, nullptr);
+        fwrite(sContenu.data(), 1, sContenu.size(), pFichier);
+        fclose(pFichier);
+    }
+
+    void SetUp() override {
+        const int nFichier = mkstemp(m_szChemin);
+        ASSERT_GE(nFichier, 0);
+        close(nFichier);
+    }
+    void TearDown() override { unlink(m_szChemin); }
+
+    char m_szChemin[64] = "/tmp/messages_XXXXXX";
+};
+
+TEST_F(MessageFile, FindsTheMessageOfTheSetAsked) {
+    Ecrit(sFichierType());
+    struct STCas {
+        int nLigne;
+        unsigned int nJeu;
+        unsigned int nId;
+        bool bTrouve;
+        const wchar_t* pszAttendu;
+    } const astCas[] = {
+        {__LINE__, 2, 7, true, L"Élève \U0001D11E"},
+        {__LINE__, 1, 5, true, L"un"},
+        {__LINE__, 2, 9, true, L"sans fin"},  // no terminator in the file
+        {__LINE__, 1, 7, false, nullptr},     // in another set
+        {__LINE__, 2, 8, false, nullptr},     // offset 0
+        {__LINE__, 2, 10, false, nullptr},
+        {__LINE__, 2, 0, false, nullptr},
+        {__LINE__, 3, 1, false, nullptr},     // set with offset 0
+        {__LINE__, 4, 1, false, nullptr},
+    };
+    for (const auto& stCas : astCas) {
+        wchar_t szBuffer[32];
+        wmemset(szBuffer, L'#', 32);
+        EXPECT_EQ(bRM_LoadMess(stCas.nJeu, m_szChemin, stCas.nId, szBuffer, sizeof szBuffer), stCas.bTrouve)
+            << "line " << stCas.nLigne;
+        if (stCas.bTrouve) {
+            EXPECT_STREQ(szBuffer, stCas.pszAttendu) << "line " << stCas.nLigne;
+        }
+    }
+}
+
+TEST_F(MessageFile, LongMessageIsCutAndStaysTerminated) {
+    Ecrit(sFichierType());
+    wchar_t szBuffer[5];
+    wmemset(szBuffer, L'#', 5);
+    ASSERT_TRUE(bRM_LoadMess(2, m_szChemin, 7, szBuffer, 4 * sizeof(wchar_t)));
+    EXPECT_STREQ(szBuffer, L"Élè");
+    EXPECT_EQ(szBuffer[4], L'#') << "nothing written past the size given";
+    EXPECT_FALSE(bRM_LoadMess(2, m_szChemin, 7, szBuffer, 3)) << "no room for one character";
+}
+
+TEST_F(MessageFile, RefusesBadOrTruncatedFiles) {
+    const std::string sBon = sFichierType();
+    std::string sEntete = sBon;
+    sEntete[2] = 2;  // upper half of the header must be 1
+    struct STCas {
+        int nLigne;
+        std::string sContenu;
+    } const astCas[] = {
+        {__LINE__, sEntete},
+        {__LINE__, sBon.substr(0, 3)},
+        {__LINE__, sBon.substr(0, 20)},   // set list cut
+        {__LINE__, sBon.substr(0, 60)},   // message list cut
+        {__LINE__, sBon.substr(0, 100)},  // text cut
+        {__LINE__, ""},
+    };
+    for (const auto& stCas : astCas) {
+        Ecrit(stCas.sContenu);
+        wchar_t szBuffer[32];
+        EXPECT_FALSE(bRM_LoadMess(2, m_szChemin, 7, szBuffer, sizeof szBuffer)) << "line " << stCas.nLigne;
+    }
+    wchar_t szBuffer[8];
+    EXPECT_FALSE(bRM_LoadMess(2, "/nonexistent/messages", 7, szBuffer, sizeof szBuffer));
+}
+
+// ---------------------------------------------------------------- the small entries
+
+TEST(ResourceModule, HasNoSeparateResourceLibrary) {
+    unsigned int nTaille = 99;
+    EXPECT_EQ(DLLRES_pLoadResourceModule(&gstModuleTest, 1000, L"RT_RCDATA", &nTaille), nullptr);
+    EXPECT_EQ(nTaille, 0u);
+    EXPECT_EQ(DLLRES_pLoadResource(&gstModuleTest, nullptr, 1000, L"RT_RCDATA", &nTaille), nullptr);
+    void* hLibC = dlopen("libc.so.6", RTLD_NOW | RTLD_NOLOAD);
+    ASSERT_NE(hLibC, nullptr);
+    EXPECT_EQ(DLLRES_pLoadResource(&gstModuleTest, hLibC, 1000, L"RT_RCDATA", &nTaille), nullptr)
+        << "a library without the entry";
+    dlclose(hLibC);
+    EXPECT_EQ(DLLRES_bUtiliseDLLRes(), 0);
+    EXPECT_EQ(ghGetRessourceHandle, nullptr);
+}
+
+int gnCommandeRecue = -1;
+bool gbRecordVide = false;
+int nRappelInit(int nCommande, void* pRecord) {
+    gnCommandeRecue = nCommande;
+    const auto* pbyRecord = static_cast<const uint8_t*>(pRecord);
+    gbRecordVide = std::all_of(pbyRecord, pbyRecord + 24, [](uint8_t by) { return by == 0; });
+    return 1;
+}
+
+TEST(ResourceModule, ForcedInitCallsTheCallbackWithCommandThree) {
+    EXPECT_FALSE(DLLRES_bForceInitRessource(nullptr));
+    EXPECT_TRUE(DLLRES_bForceInitRessource(nRappelInit));
+    EXPECT_EQ(gnCommandeRecue, 3);
+    EXPECT_TRUE(gbRecordVide);
+}
+
+TEST(ResourceString, BuildsFromAFormattedOrRawResource) {
+    const CTStringRes clFormate(&gstModuleTest, 1000, 5, L"Été \U0001D11E");
+    EXPECT_STREQ(clFormate.pszGet(), L"Le fichier n°5 « Été \U0001D11E » n'est pas ouvert.");
+    const CTStringResNoFormat clBrut(&gstModuleTest, 1000);
+    EXPECT_STREQ(clBrut.pszGet(), L"Le fichier n°%d « %s » n'est pas ouvert.");
+    const CTStringRes clAbsent(&gstModuleTest, 4242);
+    EXPECT_TRUE(clAbsent.bEstVide());
 }
 
 }  // namespace

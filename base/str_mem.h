@@ -61,4 +61,13 @@ public:
     // Sets the length in bytes (at most the capacity) and writes a terminator of STRMEM_TERMINATEUR
     // zero bytes after it.
     static void s_SetLongueur(void* pBloc, int nLongueur) noexcept;
+
+    // *ppBloc holds a copy of the nOctets bytes; 0 bytes release this reference and leave null. A
+    // private block of enough capacity is reused; the source may lie inside the block itself.
+    // bTailleUtile also sets the useful size to the length (binary values). The old value stays
+    // on failure.
+    static int s_nAffecte(void** ppBloc, const void* pSource, int64_t nOctets, bool bTailleUtile) noexcept;
+    // Appends the bytes: an empty source does nothing, a null block takes a copy, a private block
+    // grows in place, a shared one is rebuilt with its useful size. The old value stays on failure.
+    static int s_nConcat(void** ppBloc, const void* pSource, int64_t nOctets) noexcept;
 };

@@ -129,6 +129,45 @@ public:
         return bRealloue(nCapacite > INT_MAX ? INT_MAX : static_cast<int>(nCapacite));
     }
 
+    // Removes the element at nIndex and gives the spare memory back.
+    void SupprimeCompacte(int nIndex) noexcept {
+        if (!bIndexValide(nIndex)) return;
+        Supprime(nIndex, 1);
+        Compacter();
+    }
+
+    // Replaces the content by nNombre copies of clValeur; false (content kept) when memory fails.
+    bool Initialise(const T& clValeur, int nNombre) noexcept {
+        if (nNombre < 0) return false;
+        alignas(T) unsigned char abyCopie[sizeof(T)];
+        memcpy(abyCopie, &clValeur, sizeof(T));
+        if (nNombre > m_nCapacite && !bRealloue(nNombre)) return false;
+        for (int i = 0; i < nNombre; ++i) memcpy(static_cast<void*>(m_pData + i), abyCopie, sizeof(T));
+        m_nNbElement = nNombre;
+        return true;
+    }
+
+    // Copies the element at nIndex out; false for an index outside.
+    bool Recupere(int nIndex, T* pclSortie) const noexcept {
+        if (!bIndexValide(nIndex) || pclSortie == nullptr) return false;
+        memcpy(static_cast<void*>(pclSortie), m_pData + nIndex, sizeof(T));
+        return true;
+    }
+
+    // The first element for which fnCritere(pContexte, element) answers non-zero: its address, or
+    // its index; null or -1 when none.
+    template <class TContexte>
+    T* pRechercheLineaireCriterePointeur(TContexte* pContexte, int (*fnCritere)(TContexte*, const T*)) noexcept {
+        const int n = nRechercheLineaireCriterePointeur(pContexte, fnCritere);
+        return n < 0 ? nullptr : m_pData + n;
+    }
+    template <class TContexte>
+    int nRechercheLineaireCriterePointeur(TContexte* pContexte, int (*fnCritere)(TContexte*, const T*)) const noexcept {
+        for (int i = 0; i < m_nNbElement; ++i)
+            if (fnCritere(pContexte, m_pData + i)) return i;
+        return -1;
+    }
+
     void Swap(int nA, int nB) noexcept {
         if (!bIndexValide(nA) || !bIndexValide(nB) || nA == nB) return;
         alignas(T) unsigned char abyTemp[sizeof(T)];
@@ -202,3 +241,9 @@ private:
     int m_nTailleInitiale;
     int m_nPas;
 };
+
+// Exchanges the contents of two arrays without moving an element.
+template <class T>
+void EchangeTableau(CTTableau<T>& clA, CTTableau<T>& clB) noexcept {
+    clA.Echange(clB);
+}

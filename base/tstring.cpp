@@ -1,176 +1,115 @@
-// CTString: owned wide text.
+// CTString: the wide instance of the owned string, and the character helpers both instances use.
 #include "base/tstring.h"
 
-#include <climits>
-#include <cstdint>
-#include <cstdlib>
-#include <cwchar>
+#include <locale.h>
 
+#include <cwctype>
+
+#include "base/format_message.h"
+#include "base/internal/tstring_impl.h"
 #include "base/wide_printf.h"
 
+namespace tstring_internal {
 namespace {
 
-size_t nLongueurBornee(const wchar_t* pszTexte, int nLongueur) noexcept {
-    if (pszTexte == nullptr || nLongueur <= 0) return 0;
-    return wcsnlen(pszTexte, static_cast<size_t>(nLongueur));
+// The C library's Unicode case tables live in a UTF-8 locale; the process's own locale may be "C",
+// whose wide tables stop at ASCII. Made once, never freed: it serves until the process ends.
+locale_t lcUnicode() noexcept {
+    static const locale_t lc = [] {
+        locale_t l = newlocale(LC_CTYPE_MASK, "C.UTF-8", static_cast<locale_t>(nullptr));
+        return l;
+    }();
+    return lc;
 }
+
+// Unaccented forms of U+00C0 to U+017F; an empty entry is a character that stays as it is.
+constexpr const char* kSansAccent[192] = {
+    "A", "A", "A", "A", "A", "A", "AE", "C", "E", "E", "E", "E", "I", "I", "I", "I",
+    "D", "N", "O", "O", "O", "O", "O", "",  "O", "U", "U", "U", "U", "Y", "TH", "ss",
+    "a", "a", "a", "a", "a", "a", "ae", "c", "e", "e", "e", "e", "i", "i", "i", "i",
+    "d", "n", "o", "o", "o", "o", "o", "",  "o", "u", "u", "u", "u", "y", "th", "y",
+    "A", "a", "A", "a", "A", "a", "C", "c", "C", "c", "C", "c", "C", "c", "D", "d",
+    "D", "d", "E", "e", "E", "e", "E", "e", "E", "e", "E", "e", "G", "g", "G", "g",
+    "G", "g", "G", "g", "H", "h", "H", "h", "I", "i", "I", "i", "I", "i", "I", "i",
+    "I", "i", "IJ", "ij", "J", "j", "K", "k", "k", "L", "l", "L", "l", "L", "l", "L",
+    "l", "L", "l", "N", "n", "N", "n", "N", "n", "n", "N", "n", "O", "o", "O", "o",
+    "O", "o", "OE", "oe", "R", "r", "R", "r", "R", "r", "S", "s", "S", "s", "S", "s",
+    "S", "s", "T", "t", "T", "t", "T", "t", "U", "u", "U", "u", "U", "u", "U", "u",
+    "U", "u", "U", "u", "W", "w", "Y", "y", "Y", "Z", "z", "Z", "z", "Z", "z", "s",
+};
 
 }  // namespace
 
-CTString::~CTString() { free(m_pszBuffer); }
-
-bool CTString::_SetBufferSize(size_t nLongueur) noexcept {
-    if (nLongueur >= SIZE_MAX / sizeof(wchar_t) - 1) return false;
-    void* pNouveau = realloc(m_pszBuffer, (nLongueur + 1) * sizeof(wchar_t));
-    if (pNouveau == nullptr) return false;
-    m_pszBuffer = static_cast<wchar_t*>(pNouveau);
-    return true;
+wchar_t cMajuscule(wchar_t c) noexcept {
+    if (c < 0x80) return c >= L'a' && c <= L'z' ? c - L'a' + L'A' : c;
+    if (locale_t lc = lcUnicode()) return static_cast<wchar_t>(towupper_l(static_cast<wint_t>(c), lc));
+    return (c >= 0xE0 && c <= 0xFE && c != 0xF7) ? c - 0x20 : c;
 }
 
-bool CTString::Set(const wchar_t* pszTexte) noexcept {
-    if (pszTexte == m_pszBuffer) return true;
-    if (pszTexte == nullptr) {
-        Vide();
-        return true;
-    }
-    return Set(pszTexte, static_cast<int>(wcsnlen(pszTexte, INT_MAX)));
+wchar_t cMinuscule(wchar_t c) noexcept {
+    if (c < 0x80) return c >= L'A' && c <= L'Z' ? c - L'A' + L'a' : c;
+    if (locale_t lc = lcUnicode()) return static_cast<wchar_t>(towlower_l(static_cast<wint_t>(c), lc));
+    return (c >= 0xC0 && c <= 0xDE && c != 0xD7) ? c + 0x20 : c;
 }
 
-bool CTString::Set(const wchar_t* pszTexte, int nLongueur) noexcept {
-    const size_t nNouvelle = nLongueurBornee(pszTexte, nLongueur);
-    if (nNouvelle == 0) {
-        Vide();
-        return true;
-    }
-    const size_t nAncienne = m_pszBuffer != nullptr ? wcslen(m_pszBuffer) : 0;
-    if (m_pszBuffer != nullptr && pszTexte >= m_pszBuffer && pszTexte <= m_pszBuffer + nAncienne) {
-        // A piece of our own text: slide it down, then trim the buffer.
-        wmemmove(m_pszBuffer, pszTexte, nNouvelle);
-        m_pszBuffer[nNouvelle] = 0;
-        _SetBufferSize(nNouvelle);  // shrinking; keeping the larger block is harmless if it fails
-        return true;
-    }
-    if (nNouvelle != nAncienne && !_SetBufferSize(nNouvelle)) return false;
-    wmemcpy(m_pszBuffer, pszTexte, nNouvelle);
-    m_pszBuffer[nNouvelle] = 0;
-    return true;
+const char* pszSansAccent(wchar_t c) noexcept {
+    if (c < 0xC0 || c > 0x17F) return nullptr;
+    const char* psz = kSansAccent[c - 0xC0];
+    return *psz != 0 ? psz : nullptr;
 }
 
-bool CTString::Set(const wchar_t* pszTexte1, const wchar_t* pszTexte2, const wchar_t* pszTexte3) noexcept {
-    CTString clTemp;
-    if (!clTemp.Add(pszTexte1, pszTexte2, pszTexte3)) return false;
-    Transfert(clTemp);
-    return true;
+int nFormate(wchar_t** ppsz, const wchar_t* pszFormat, va_list pArguments) noexcept {
+    *ppsz = nullptr;
+    if (pszFormat == nullptr) return -1;
+    return vaswprintfWin(ppsz, pszFormat, pArguments);
 }
 
-void CTString::SetBuffer(wchar_t* pszBuffer) noexcept {
-    if (pszBuffer == m_pszBuffer) return;
-    free(m_pszBuffer);
-    m_pszBuffer = pszBuffer;
-    if (m_pszBuffer != nullptr && m_pszBuffer[0] == 0) Vide();
+size_t nEcritEntier(long long nValeur, char* pszSortie) noexcept {
+    // Digits from the lowest, on the magnitude as unsigned so that the most negative value works.
+    unsigned long long n = nValeur < 0 ? 0ULL - static_cast<unsigned long long>(nValeur) : static_cast<unsigned long long>(nValeur);
+    char sz[24];
+    size_t i = 0;
+    do {
+        sz[i++] = static_cast<char>('0' + n % 10);
+        n /= 10;
+    } while (n != 0);
+    size_t j = 0;
+    if (nValeur < 0) pszSortie[j++] = '-';
+    while (i > 0) pszSortie[j++] = sz[--i];
+    pszSortie[j] = 0;
+    return j;
 }
 
-void CTString::Transfert(CTString& clAutre) noexcept {
-    if (&clAutre == this) return;
-    free(m_pszBuffer);
-    m_pszBuffer = clAutre.m_pszBuffer;
-    clAutre.m_pszBuffer = nullptr;
-}
+}  // namespace tstring_internal
 
-void CTString::Vide() noexcept {
-    free(m_pszBuffer);
-    m_pszBuffer = nullptr;
-}
+template class CTTString<wchar_t>;
 
-wchar_t* CTString::pszDetache() noexcept {
-    wchar_t* pszBuffer = m_pszBuffer;
-    m_pszBuffer = nullptr;
-    return pszBuffer;
-}
-
-bool CTString::_bAjoute(const wchar_t* pszTexte, size_t nLongueur) noexcept {
-    if (nLongueur == 0) return true;
-    const size_t nAncienne = m_pszBuffer != nullptr ? wcslen(m_pszBuffer) : 0;
-    if (nLongueur > SIZE_MAX / sizeof(wchar_t) - 2 - nAncienne) return false;
-    // The text may be a piece of ours, which the reallocation can move.
-    const bool bInterne = m_pszBuffer != nullptr && pszTexte >= m_pszBuffer && pszTexte <= m_pszBuffer + nAncienne;
-    const size_t nDecalage = bInterne ? static_cast<size_t>(pszTexte - m_pszBuffer) : 0;
-    if (!_SetBufferSize(nAncienne + nLongueur)) return false;
-    if (bInterne) pszTexte = m_pszBuffer + nDecalage;
-    wmemmove(m_pszBuffer + nAncienne, pszTexte, nLongueur);
-    m_pszBuffer[nAncienne + nLongueur] = 0;
-    return true;
-}
-
-bool CTString::Add(wchar_t cCaractere) noexcept { return cCaractere == 0 || _bAjoute(&cCaractere, 1); }
-
-bool CTString::Add(const wchar_t* pszTexte) noexcept {
-    return pszTexte == nullptr || _bAjoute(pszTexte, wcslen(pszTexte));
-}
-
-bool CTString::Add(const wchar_t* pszTexte, int nLongueur) noexcept {
-    return _bAjoute(pszTexte, nLongueurBornee(pszTexte, nLongueur));
-}
-
-bool CTString::Add(const wchar_t* pszTexte1, const wchar_t* pszTexte2, const wchar_t* pszTexte3) noexcept {
-    const size_t nAncienne = m_pszBuffer != nullptr ? wcslen(m_pszBuffer) : 0;
-    if (Add(pszTexte1) && Add(pszTexte2) && Add(pszTexte3)) return true;
-    // All or nothing: cut back what went in before memory failed.
-    if (m_pszBuffer != nullptr) m_pszBuffer[nAncienne] = 0;
-    if (nAncienne == 0) Vide();
-    return false;
-}
-
-bool CTString::AddPrintf(const wchar_t* pszFormat, ...) noexcept {
+CTStringFormatMessage::CTStringFormatMessage(const wchar_t* pszFormat, ...) noexcept {
     va_list pArguments;
     va_start(pArguments, pszFormat);
-    const bool bResultat = AddFormatV(pszFormat, pArguments);
+    FormatV(pszFormat, pArguments);
     va_end(pArguments);
-    return bResultat;
 }
 
-bool CTString::AddFormatV(const wchar_t* pszFormat, va_list pArguments) noexcept {
+bool CTString::FormatMessageW(const wchar_t* pszFormat, ...) noexcept {
+    va_list pArguments;
+    va_start(pArguments, pszFormat);
     wchar_t* pszTexte = nullptr;
-    const int nLongueur = vaswprintfWin(&pszTexte, pszFormat, pArguments);
-    if (nLongueur < 0) return false;
-    bool bResultat;
-    if (m_pszBuffer == nullptr) {
-        SetBuffer(pszTexte);
-        bResultat = true;
-    } else {
-        bResultat = _bAjoute(pszTexte, static_cast<size_t>(nLongueur));
-        free(pszTexte);
-    }
-    return bResultat;
-}
-
-bool CTString::FormatV(const wchar_t* pszFormat, va_list pArguments) noexcept {
-    wchar_t* pszTexte = nullptr;
-    if (vaswprintfWin(&pszTexte, pszFormat, pArguments) < 0) return false;
+    const unsigned int n = ::FormatMessageW(FORMAT_MESSAGE_FROM_STRING | FORMAT_MESSAGE_ALLOCATE_BUFFER, pszFormat, 0, 0,
+                                            reinterpret_cast<wchar_t*>(&pszTexte), 0, &pArguments);
+    va_end(pArguments);
+    // 0 is both an empty result and a failure: errno tells them apart only on failure, and an
+    // empty text leaves no buffer worth keeping either way.
+    if (n == 0 && pszTexte == nullptr && pszFormat != nullptr && *pszFormat != 0) return false;
     SetBuffer(pszTexte);
     return true;
 }
 
-int CTString::nTaille() const noexcept {
-    return m_pszBuffer != nullptr ? static_cast<int>(wcsnlen(m_pszBuffer, INT_MAX)) : 0;
-}
-
-bool CTString::bEstEgal(const wchar_t* pszTexte) const noexcept {
-    return wcscmp(pszGet(), pszTexte != nullptr ? pszTexte : L"") == 0;
-}
-
-bool CTString::bExtraitChaine(int nIndex, const wchar_t* pszSeparateur, CTString* pclSortie) const noexcept {
-    if (nIndex < 0 || pclSortie == nullptr) return false;
-    const wchar_t* pszDebut = pszGet();
-    const size_t nSeparateur = pszSeparateur != nullptr ? wcslen(pszSeparateur) : 0;
-    if (nSeparateur == 0) return nIndex == 0 ? pclSortie->Set(pszDebut) : false;
-    for (int i = 0; i < nIndex; ++i) {
-        const wchar_t* pszSuivant = wcsstr(pszDebut, pszSeparateur);
-        if (pszSuivant == nullptr) return false;
-        pszDebut = pszSuivant + nSeparateur;
-    }
-    const wchar_t* pszFin = wcsstr(pszDebut, pszSeparateur);
-    const size_t nLongueur = pszFin != nullptr ? static_cast<size_t>(pszFin - pszDebut) : wcslen(pszDebut);
-    if (nLongueur > INT_MAX) return false;
-    return pclSortie->Set(pszDebut, static_cast<int>(nLongueur));
+bool CTString::_bFormatMessageWin(const wchar_t* pszFormat, const uintptr_t* ptabValeurs, int nNombre) noexcept {
+    wchar_t* pszTexte = nullptr;
+    const unsigned int n = ::FormatMessageWin(FORMAT_MESSAGE_FROM_STRING | FORMAT_MESSAGE_ALLOCATE_BUFFER, pszFormat, 0,
+                                              0, reinterpret_cast<wchar_t*>(&pszTexte), 0, ptabValeurs, nNombre);
+    if (n == 0 && pszTexte == nullptr && pszFormat != nullptr && *pszFormat != 0) return false;
+    SetBuffer(pszTexte);
+    return true;
 }

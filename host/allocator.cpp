@@ -85,18 +85,28 @@ int CStrMemAllocator::m_nReallocate(void** ppBloc, int nTaille) {
     return ALLOC_OK;
 }
 
-int CStrMemAllocator::nAlloue(void** ppBloc, int nTaille) { return m_nAllocate(ppBloc, nTaille); }
-int CStrMemAllocator::nRealloue(void** ppBloc, int nTaille) { return m_nReallocate(ppBloc, nTaille); }
+int CStrMemAllocator::nAlloue(void** ppBloc, int nTaille) {
+    m_Count(ESlot::Alloue);
+    return m_nAllocate(ppBloc, nTaille);
+}
+
+int CStrMemAllocator::nRealloue(void** ppBloc, int nTaille) {
+    m_Count(ESlot::Realloue);
+    return m_nReallocate(ppBloc, nTaille);
+}
 
 int CStrMemAllocator::nAlloueAvecFlags(void** ppBloc, int nTaille, unsigned int /*dwFlags*/) {
+    m_Count(ESlot::AlloueAvecFlags);
     return m_nAllocate(ppBloc, nTaille);
 }
 
 int CStrMemAllocator::nRealloueAvecFlags(void** ppBloc, int nTaille, unsigned int /*dwFlags*/) {
+    m_Count(ESlot::RealloueAvecFlags);
     return m_nReallocate(ppBloc, nTaille);
 }
 
 void CStrMemAllocator::Libere(void* pBloc) {
+    m_Count(ESlot::Libere);
     if (pBloc == nullptr) return;
     {
         std::lock_guard<std::mutex> lock(m_mutex);

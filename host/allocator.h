@@ -2,6 +2,7 @@
 // these blocks, and the host builds the arguments it hands over in them too.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <mutex>
@@ -57,6 +58,12 @@ public:
     // come from here or was already freed (refusing leaks a block rather than corrupting the heap).
     int64_t nLiveBlocks() const { return m_nLive.load(); }
     int64_t nRejectedFrees() const { return m_nRejected.load(); }
+    // Calls of each slot since the last reset, so that tests can tell which slots a version drew.
+    enum class ESlot { Alloue, Realloue, Libere, AlloueAvecFlags, RealloueAvecFlags, Count };
+    int64_t nSlotCalls(ESlot eSlot) const { return m_tabSlotCalls[static_cast<size_t>(eSlot)].load(); }
+    void ResetSlotCalls() {
+        for (std::atomic<int64_t>& n : m_tabSlotCalls) n.store(0);
+    }
 
 private:
     int m_nAllocate(void** ppBloc, int nTaille);
@@ -68,6 +75,8 @@ private:
     std::atomic<int> m_nVersion;
     std::atomic<int64_t> m_nLive{0};
     std::atomic<int64_t> m_nRejected{0};
+    std::array<std::atomic<int64_t>, static_cast<size_t>(ESlot::Count)> m_tabSlotCalls{};
+    void m_Count(ESlot eSlot) { m_tabSlotCalls[static_cast<size_t>(eSlot)].fetch_add(1, std::memory_order_relaxed); }
 };
 
 }  // namespace ovhost

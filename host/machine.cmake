@@ -2,6 +2,7 @@
 # the machine's Execution entry in it by name.
 add_library(ovmachine SHARED
   ${CMAKE_CURRENT_LIST_DIR}/allocator.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/conversion.cpp
   ${CMAKE_CURRENT_LIST_DIR}/machine.cpp
   ${CMAKE_CURRENT_LIST_DIR}/table_reader.cpp
   ${CMAKE_CURRENT_LIST_DIR}/value.cpp
@@ -11,4 +12,9 @@ target_link_libraries(ovmachine PUBLIC dl)
 
 ov_add_tests(host_machine_test
   SOURCES ${CMAKE_CURRENT_LIST_DIR}/table_reader_test.cpp
+  LIBS ovmachine)
+
+# The machine's conversions between type codes and its reading and writing of variants.
+ov_add_tests(host_conversion_test
+  SOURCES ${CMAKE_CURRENT_LIST_DIR}/conversion_test.cpp
   LIBS ovmachine)

@@ -237,7 +237,7 @@ bool bAsWide(const CValue& v, std::wstring* ps, int* pnCost) {
     }
 }
 
-enum class ECategory { Bool, Int32, Int64, Real, WidePointer, CountedWide, Utf8, Binary, Manip, Unsupported };
+enum class ECategory { Bool, Int32, Int64, Real, Money, WidePointer, CountedWide, Utf8, Binary, Manip, Unsupported };
 
 ECategory eCategory(uint32_t dwType) {
     switch (dwType & ovtype::CODE_MASK) {
@@ -246,6 +246,7 @@ ECategory eCategory(uint32_t dwType) {
         case ovtype::INT64:
         case ovtype::HANDLE: return ECategory::Int64;
         case ovtype::REAL: return ECategory::Real;
+        case ovtype::MONEY: return ECategory::Money;
         case ovtype::PROCEDURE:
         case ovtype::WPSZ:
         case ovtype::TEXT:
@@ -259,6 +260,28 @@ ECategory eCategory(uint32_t dwType) {
         case ovtype::MANIP:
         case ovtype::MANIP2: return ECategory::Manip;
         default: return ECategory::Unsupported;
+    }
+}
+
+// The value as money, with the cost of taking it so: 0 money, 1 an integer, 2 a real (through
+// its text with six decimals), 3 a numeric text, 4 null. False when it is no number or out of range.
+bool bAsMoney(const CValue& v, STMoneyView* pst, int* pnCost) {
+    switch (v.eKind) {
+        case EValueKind::Money: *pnCost = 0; return bMoneyFromText(v.sText, pst);
+        case EValueKind::Bool:
+        case EValueKind::Int:
+        case EValueKind::Int64: *pnCost = 1; return bMoneyFromText(std::to_wstring(v.nInteger), pst);
+        case EValueKind::Real: {
+            *pnCost = 2;
+            if (!(std::fabs(v.dReal) < 1e24)) return false;  // out of range, NaN included
+            char sz[48];
+            auto [p, ec] = std::to_chars(sz, sz + sizeof sz, v.dReal, std::chars_format::fixed, MONEY_DECIMALES);
+            return ec == std::errc() && bMoneyFromText(std::wstring(sz, p), pst);
+        }
+        case EValueKind::Text: *pnCost = 3; return bMoneyFromText(v.sText, pst);
+        case EValueKind::Ansi: *pnCost = 3; return bMoneyFromText(sWideFromBytes(v.sBytes), pst);
+        case EValueKind::Null: *pst = {}; *pnCost = 4; return true;
+        default: return false;
     }
 }
 
@@ -286,6 +309,10 @@ int nFitCost(const CValue& v, uint32_t dwType) {
             if (v.eKind == EValueKind::Real) return 0;
             if (!bAsNumber(v, &st, &nCost)) return -1;
             return nCost == 0 ? 1 : nCost;
+        case ECategory::Money: {
+            STMoneyView stMoney;
+            return bAsMoney(v, &stMoney, &nCost) ? nCost : -1;
+        }
         case ECategory::WidePointer:
         case ECategory::CountedWide:
             return bAsWide(v, &s, &nCost) ? nCost : -1;
@@ -316,6 +343,7 @@ struct STSlot {
     int32_t n32 = 0;
     int64_t n64 = 0;
     double d = 0;
+    STMoneyView stMoney{};
     std::wstring sWide;
     const wchar_t* pszWide = nullptr;
     std::string sBytes;
@@ -350,6 +378,9 @@ void* pvFillSlot(const CValue& v, uint32_t dwType, STSlot* pst, CStrMemAllocator
             bAsNumber(v, &stN, &nCost);
             pst->d = stN.bInteger ? static_cast<double>(stN.n) : stN.d;
             return &pst->d;
+        case ECategory::Money:
+            bAsMoney(v, &pst->stMoney, &nCost);
+            return &pst->stMoney;
         case ECategory::WidePointer:
             bAsWide(v, &pst->sWide, &nCost);
             pst->pszWide = pst->sWide.c_str();
@@ -396,6 +427,12 @@ CValue clReadBack(const STSlot& st) {
         case ECategory::Int32: return CValue::Int(st.n32);
         case ECategory::Int64: return CValue::Int64(st.n64);
         case ECategory::Real: return CValue::Real(st.d);
+        case ECategory::Money: {
+            CValue cl;
+            cl.eKind = EValueKind::Money;
+            cl.sText = sMoneyText(st.stMoney);
+            return cl;
+        }
         case ECategory::WidePointer: return CValue::Text(st.pszWide != nullptr ? st.pszWide : L"");
         case ECategory::Utf8: return CValue::Text(sWideFromBytes(st.pszBytes != nullptr ? st.pszBytes : ""));
         case ECategory::CountedWide:

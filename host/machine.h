@@ -110,7 +110,9 @@ public:
     const std::vector<std::string>& tabTypeReferences() const;
     // The answer of bFinInitZKL at load (the machine goes on either way, as the real one decides).
     bool bFinInitResult() const;
-    // What nModeChaine answers the component: 1 (the default) for 16-bit-unit text functions.
+    // What nModeChaine answers the component (1 by default). A text function whose result form is
+    // its own choice (code 0x4b) and that has no text input to follow answers 8-bit text (UTF-8)
+    // in modes 1 and 2, wide text in any other.
     void SetModeChaine(int nMode);
 
     // Picks an overload by argument count and types, converts, calls the thunk, reads the result

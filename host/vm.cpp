@@ -8,6 +8,7 @@
 #include <cwchar>
 
 #include "component/interfaces/type_codes.h"
+#include "host/conversion.h"
 
 namespace ovhost {
 namespace {
@@ -37,6 +38,63 @@ void AddNote(std::string* psNote, const std::string& s) {
 }
 
 }  // namespace
+
+// Money works on the 80-bit integer held in 128 bits: the machine's own arithmetic, independent
+// of the component's.
+std::wstring sMoneyText(const STMoneyView& stMoney) {
+    using UInt128 = unsigned __int128;
+    UInt128 u = 0;
+    for (int i = MONEY_MOTS - 1; i >= 0; --i) u = (u << 16) | stMoney.awMots[i];
+    const bool bNegatif = (stMoney.awMots[MONEY_MOTS - 1] & 0x8000) != 0;
+    if (bNegatif) u = (static_cast<UInt128>(1) << MONEY_BITS) - u;
+    const UInt128 uEchelle = static_cast<UInt128>(MONEY_ECHELLE);
+    const std::string sEntier = std::to_string(static_cast<uint64_t>(u / uEchelle));  // below 2^60
+    std::wstring s(bNegatif ? L"-" : L"");
+    s.append(sEntier.begin(), sEntier.end());
+    uint32_t nFraction = static_cast<uint32_t>(u % uEchelle);
+    if (nFraction != 0) {
+        std::wstring sFraction(MONEY_DECIMALES, L'0');
+        for (int i = MONEY_DECIMALES - 1; i >= 0; --i, nFraction /= 10)
+            sFraction[static_cast<size_t>(i)] = static_cast<wchar_t>(L'0' + nFraction % 10);
+        while (sFraction.back() == L'0') sFraction.pop_back();
+        s += L'.';
+        s += sFraction;
+    }
+    return s;
+}
+
+bool bMoneyFromText(std::wstring_view sTexte, STMoneyView* pstMoney) {
+    using UInt128 = unsigned __int128;
+    const size_t nDebut = sTexte.find_first_not_of(L" \t");
+    if (nDebut == std::wstring_view::npos) return false;
+    sTexte = sTexte.substr(nDebut, sTexte.find_last_not_of(L" \t") - nDebut + 1);
+    size_t i = 0;
+    const bool bNegatif = sTexte[0] == L'-';
+    if (sTexte[0] == L'-' || sTexte[0] == L'+') ++i;
+    const UInt128 uPlafond = static_cast<UInt128>(1) << (MONEY_BITS - 1);  // magnitude of the smallest
+    UInt128 u = 0;
+    int nChiffres = 0, nDecimales = -1;  // -1 before the point
+    for (; i < sTexte.size(); ++i) {
+        const wchar_t c = sTexte[i];
+        if (c == L'.' && nDecimales < 0) {
+            nDecimales = 0;
+        } else if (c >= L'0' && c <= L'9') {
+            ++nChiffres;
+            if (nDecimales >= MONEY_DECIMALES) continue;  // cut, not rounded
+            u = u * 10 + static_cast<unsigned>(c - L'0');
+            if (nDecimales >= 0) ++nDecimales;
+            if (u > uPlafond) return false;
+        } else {
+            return false;
+        }
+    }
+    if (nChiffres == 0) return false;
+    for (int n = nDecimales < 0 ? 0 : nDecimales; n < MONEY_DECIMALES; ++n) u *= 10;
+    if (u > uPlafond - (bNegatif ? 0 : 1)) return false;
+    if (bNegatif) u = (static_cast<UInt128>(1) << MONEY_BITS) - u;
+    for (int n = 0; n < MONEY_MOTS; ++n) pstMoney->awMots[n] = static_cast<uint16_t>(u >> (16 * n));
+    return true;
+}
 
 void ReadPushedValue(const void* pValeur, int nType, CValue* pcl, std::string* psNote) {
     const uint32_t nCode = static_cast<uint32_t>(nType) & ovtype::CODE_MASK;
@@ -76,6 +134,10 @@ void ReadPushedValue(const void* pValeur, int nType, CValue* pcl, std::string* p
             return;
         case ovtype::REAL:
             *pcl = CValue::Real(tAt<double>(pValeur));
+            return;
+        case ovtype::MONEY:
+            pcl->eKind = EValueKind::Money;
+            pcl->sText = sMoneyText(tAt<STMoneyView>(pValeur));
             return;
         case ovtype::STRING:
         case ovtype::SYS_STRING:
@@ -166,14 +228,30 @@ IAppelMethode* CVirtualMachine::piTrouveTraitement(const wchar_t*, int, CXError*
 int CVirtualMachine::nExecuteAppel(IAppelMethode*, int, CXError*, int) { return 0; }
 IFenCommun* CVirtualMachine::piGetFenetreAppelante() { return nullptr; }
 
-int CVirtualMachine::bLitParametreAny(int nParametre, unsigned int dwFrame, CAny*, CXError*) {
-    // The extra arguments are kept with the call, but a CAny cannot be built until variants exist.
+// The extra arguments of a variadic call, by their 1-based position in the whole call: the
+// frame word counts every argument given, and the ones past the fixed ones are kept with the call.
+// The component's variant is filled through the shared layout; the component attaches the
+// operations of its type afterwards.
+int CVirtualMachine::bLitParametreAny(int nParametre, unsigned int dwFrame, CAny* pclValeur, CXError*) {
     try {
-        if (STCallContext* pst = m_pstFind(dwFrame))
-            pst->tabNotes.push_back("variadic argument " + std::to_string(nParametre) + " asked; not given (no variants)");
+        STCallContext* pst = m_pstFind(dwFrame);
+        if (pst == nullptr || pclValeur == nullptr) return 0;
+        const size_t nDonnes = dwFrame & 0xffffu;
+        const size_t nSupplementaires = pst->tabExtraArguments.size();
+        const size_t nFixes = nDonnes >= nSupplementaires ? nDonnes - nSupplementaires : 0;
+        if (nParametre < 1 || static_cast<size_t>(nParametre) <= nFixes || static_cast<size_t>(nParametre) > nDonnes) {
+            pst->tabNotes.push_back("variadic argument " + std::to_string(nParametre) + " asked; the call has none there");
+            return 0;
+        }
+        const CValue& clValeur = pst->tabExtraArguments[static_cast<size_t>(nParametre) - 1 - nFixes];
+        if (!bFillAnyView(clValeur, reinterpret_cast<STAnyView*>(pclValeur))) {
+            pst->tabNotes.push_back("variadic argument " + std::to_string(nParametre) + " cannot be given as a variant");
+            return 0;
+        }
+        return 1;
     } catch (...) {
+        return 0;
     }
-    return 0;
 }
 
 int CVirtualMachine::bLitParametreVariable(int, unsigned int, STParametreVariable*, CXError*) { return 0; }

@@ -9,9 +9,11 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "component/interfaces/machine.h"
+#include "component/interfaces/money_view.h"
 #include "host/allocator.h"
 #include "host/table_reader.h"
 #include "host/value.h"
@@ -40,6 +42,13 @@ struct STCallContext {
 // Reads a value pushed by the component (SetRetour, SetMembreStructure) for one type code. Codes it
 // does not read give Null and a note.
 void ReadPushedValue(const void* pValeur, int nType, CValue* pclValue, std::string* psNote);
+
+// Money as the machine carries it (type 0x0a): the exact decimal text of the ten bytes ("12.5",
+// "-0.000001", "3": no trailing zeros, no lone point), and the ten bytes of a text made of blanks,
+// one sign, digits and at most one point. Decimals past the sixth are cut. False for any other
+// text and for a value outside the 80-bit range.
+std::wstring sMoneyText(const STMoneyView& stMoney);
+bool bMoneyFromText(std::wstring_view sTexte, STMoneyView* pstMoney);
 
 class CVirtualMachine final : public IVM {
 public:

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "base/data_compressor.h"
 #include "component/interfaces/type_codes.h"
 
 namespace {
@@ -547,6 +548,9 @@ int main(int argc, char** argv) {
         }
         overloads << "};\n";
     }
+    // The class constructor takes no argument and gives nothing: its signature joins the blob
+    // before the blob is written.
+    const size_t nConstructorSignature = SignatureOffset(STOverload{});
     tables << "alignas(8) const uint8_t gbySignatures8[] = {\n";
     WriteBytes(tables, tabSignatures);
     tables << "};\n\n" << overloads.str() << "\n";
@@ -602,8 +606,7 @@ int main(int argc, char** argv) {
     }
     tables << "};\n\n"
            << "const STZKSurcharge gstTabSyntaxeConstructeurClasse" << sClass << "8[] = {\n"
-           << "    {nullptr, 0u, 0u, gbySignatures8 + " << SignatureOffset(STOverload{}) << ", 0u, 0u},\n};\n\n";
-    // SignatureOffset may have grown the blob after it was written: write the blob again if so.
+           << "    {nullptr, 0u, 0u, gbySignatures8 + " << nConstructorSignature << ", 0u, 0u},\n};\n\n";
     tables << "const STZKClasse ZKL_C" << sClass << " = {" << nClassNumber << "u, 0u, 0u, 0u, gszTypeRef" << nClassTypeRef - 1
            << ", 0x1eb204690u, 2u, nullptr, nullptr, 0u, gstTabSyntaxeConstructeurClasse" << sClass << "8, 1u, {}, "
            << tabProps.size() << "u, gstTabProprieteClasse" << sClass << "8, {}, nullptr, {}, nullptr, 0u};\n"
@@ -634,16 +637,7 @@ int main(int argc, char** argv) {
            << "inline constexpr int gnTailleBlocNom8 = " << tabNameBlock.size() << ";\n"
            << "inline constexpr int gnNbErrorDef8 = " << tabErrors.size() << ";\n";
 
-    // The signature blob is written first but the constructor's signature may be new: re-emit
-    // by writing the whole file once the blob is final (below) instead of patching.
     std::string sTables = tables.str();
-    {
-        std::ostringstream blob;
-        WriteBytes(blob, tabSignatures);
-        size_t nStart = sTables.find("gbySignatures8[] = {\n") + std::string("gbySignatures8[] = {\n").size();
-        size_t nEnd = sTables.find("};", nStart);
-        sTables.replace(nStart, nEnd - nStart, blob.str());
-    }
 
     // ------------------------------------------------ errors and messages
     std::ostringstream errors;
@@ -658,7 +652,8 @@ int main(int argc, char** argv) {
     }
     errors << "};\n\n";
     // Message block: records of (size, id, flags, data length, data), ids rising, bracketed by
-    // the two marker records, ended by a zero size. Texts are stored as UTF-8.
+    // the two marker records, ended by a zero size. Texts are UTF-8 packed by CDataCompressor
+    // (flag bit 6 clear); the markers stay plain so that a tool can find the block in the library.
     std::vector<uint8_t> tabBlock;
     auto AddRecord = [&](uint32_t nId, const std::string& sData) {
         size_t nSize = 7 + sData.size();
@@ -673,7 +668,17 @@ int main(int argc, char** argv) {
     for (const auto& [nId, sText] : mapMessages) {
         std::string s;
         for (char32_t c : sText) AppendUtf8(s, c);
-        AddRecord(nId, s);
+        if (s.size() > 0xffff) Fail({argv[2], 0}, "message too long");
+        // Measured first, then packed: the packed length is known before the buffer is made.
+        CDataCompressor clPacker;
+        const auto* pbyText = reinterpret_cast<const uint8_t*>(s.data());
+        int nPacked = 0;
+        clPacker.nCompress(nullptr, 0, &nPacked, pbyText, static_cast<int>(s.size()));
+        std::vector<uint8_t> tabPacked(static_cast<size_t>(nPacked) + 1);
+        if (clPacker.nCompress(tabPacked.data(), static_cast<int>(tabPacked.size()), &nPacked, pbyText,
+                               static_cast<int>(s.size())) != CDataCompressor::RESULTAT_OK)
+            Fail({argv[2], 0}, "resource " + std::to_string(nId) + " could not be packed");
+        AddRecord(nId, std::string(tabPacked.begin(), tabPacked.begin() + nPacked));
     }
     AddRecord(65535, "ORVANE RES BLOC UTF16 STOP");
     PutLE(tabBlock, 0, 2);
