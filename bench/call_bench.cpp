@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "component/testing/fake_vm.h"
 #include "component/composante.h"
 #include "component/interfaces/machine.h"
 #include "host/machine.h"
@@ -64,36 +65,11 @@ BENCHMARK(BM_EstPairThroughMachine);
 
 // The thunk alone: the same thunk pointer called with a record whose IVM keeps only the pushed
 // value, so the machine's own bookkeeping is out of the measure.
-class CResultOnlyVM final : public IVM {
+class CResultOnlyVM final : public CFakeVM {
 public:
     int32_t nResult = 0;
-    const wchar_t* pxGetInfoTraitement(int, int) override { return L""; }
-    void ReleaseVM() override {}
-    int bEmpileAnyAppel(CAny*, CXError*) override { return 0; }
-    void PrepareAppel() override {}
-    void SetObjetAppelant(IObjetAPCode*) override {}
-    void SetRetourAppel(CAny*) override {}
-    int nVerifieInterruption(int, CXError*) override { return 0; }
-    void AnnuleAppel() override {}
-    int bVerifieFonctionnalite(int, CXError*) override { return 0; }
-    int bEmpileChampAppel(IObjetAPCode*, CXError*) override { return 0; }
-    IInfoLangue* piGetInfoLangue(int, int) override { return nullptr; }
-    IAppelMethode* piTrouveTraitement(const wchar_t*, int, CXError*) override { return nullptr; }
-    int nExecuteAppel(IAppelMethode*, int, CXError*, int) override { return 0; }
-    IFenCommun* piGetFenetreAppelante() override { return nullptr; }
-    int bLitParametreAny(int, unsigned int, CAny*, CXError*) override { return 0; }
-    int bLitParametreVariable(int, unsigned int, STParametreVariable*, CXError*) override { return 0; }
     void SetRetour(unsigned int, const void* pValeur, int) override { nResult = *static_cast<const int32_t*>(pValeur); }
-    int nEmpileEntierAppel(int, CXError*) override { return 0; }
-    void EmetAvertissementPerformance(_CXErrorModule8*) override {}
-    int bEmpileTableauAppel(IZKTableau*, CXError*) override { return 0; }
-    int bAuditPerformanceActif() override { return 0; }
     int nModeChaine() override { return 1; }
-    int bEmpileChaineAppel(const wchar_t*, CXError*) override { return 0; }
-    int bEmpileChaineCouranteAppel(const wchar_t*, CXError*) override { return 0; }
-    void* pxCreeStructureRetour(unsigned int, int) override { return nullptr; }
-    void SetMembreStructure(void*, int, const void*, int) override {}
-    IVM* piDupliqueVMThread(int, const wchar_t*, void*, CXError*) override { return nullptr; }
 };
 
 void BM_EstPairThunkOnly(benchmark::State& state) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "component/testing/fake_vm.h"
 #include "component/execution.h"
 #include "component/thunk.h"
 
@@ -24,27 +25,11 @@ struct STRetour {
     void* pBloc = nullptr;  // a counted result, held by the machine
 };
 
-class CFauxVM final : public IVM {
+class CFauxVM final : public CFakeVM {
 public:
     ~CFauxVM() {
         for (STRetour& st : m_tabRetours) CBaseStrMem::s_ReleaseStrMem(st.pBloc);
     }
-    const wchar_t* pxGetInfoTraitement(int, int) override { return L""; }
-    void ReleaseVM() override {}
-    int bEmpileAnyAppel(CAny*, CXError*) override { return 0; }
-    void PrepareAppel() override {}
-    void SetObjetAppelant(IObjetAPCode*) override {}
-    void SetRetourAppel(CAny*) override {}
-    int nVerifieInterruption(int, CXError*) override { return 0; }
-    void AnnuleAppel() override {}
-    int bVerifieFonctionnalite(int, CXError*) override { return 0; }
-    int bEmpileChampAppel(IObjetAPCode*, CXError*) override { return 0; }
-    IInfoLangue* piGetInfoLangue(int, int) override { return nullptr; }
-    IAppelMethode* piTrouveTraitement(const wchar_t*, int, CXError*) override { return nullptr; }
-    int nExecuteAppel(IAppelMethode*, int, CXError*, int) override { return 0; }
-    IFenCommun* piGetFenetreAppelante() override { return nullptr; }
-    int bLitParametreAny(int, unsigned int, CAny*, CXError*) override { return 0; }
-    int bLitParametreVariable(int, unsigned int, STParametreVariable*, CXError*) override { return 0; }
     void SetRetour(unsigned int, const void* pValeur, int nType) override {
         STRetour st;
         st.nType = nType;
@@ -58,16 +43,7 @@ public:
         }
         m_tabRetours.push_back(st);
     }
-    int nEmpileEntierAppel(int, CXError*) override { return 0; }
-    void EmetAvertissementPerformance(_CXErrorModule8*) override {}
-    int bEmpileTableauAppel(IZKTableau*, CXError*) override { return 0; }
-    int bAuditPerformanceActif() override { return 0; }
     int nModeChaine() override { return m_nModeChaine; }
-    int bEmpileChaineAppel(const wchar_t*, CXError*) override { return 0; }
-    int bEmpileChaineCouranteAppel(const wchar_t*, CXError*) override { return 0; }
-    void* pxCreeStructureRetour(unsigned int, int) override { return nullptr; }
-    void SetMembreStructure(void*, int, const void*, int) override {}
-    IVM* piDupliqueVMThread(int, const wchar_t*, void*, CXError*) override { return nullptr; }
 
     int m_nModeChaine = 0;
     int m_nRefAuRetour = 0;

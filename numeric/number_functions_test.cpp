@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/any.h"
+#include "component/testing/fake_vm.h"
 #include "component/composante.h"
 
 namespace {
@@ -77,27 +78,13 @@ struct STResultat {
     bool bNull = false;
 };
 
-class CMachineFactice final : public IVM {
+class CMachineFactice final : public CFakeVM {
 public:
     std::vector<CAny> tabSupplementaires;  // arguments 2 and up
     std::vector<int> tabDemandes;
     bool bRefuse = false;
     STResultat stResultat;
 
-    const wchar_t* pxGetInfoTraitement(int, int) override { return L""; }
-    void ReleaseVM() override {}
-    int bEmpileAnyAppel(CAny*, CXError*) override { return 0; }
-    void PrepareAppel() override {}
-    void SetObjetAppelant(IObjetAPCode*) override {}
-    void SetRetourAppel(CAny*) override {}
-    int nVerifieInterruption(int, CXError*) override { return 0; }
-    void AnnuleAppel() override {}
-    int bVerifieFonctionnalite(int, CXError*) override { return 0; }
-    int bEmpileChampAppel(IObjetAPCode*, CXError*) override { return 0; }
-    IInfoLangue* piGetInfoLangue(int, int) override { return nullptr; }
-    IAppelMethode* piTrouveTraitement(const wchar_t*, int, CXError*) override { return nullptr; }
-    int nExecuteAppel(IAppelMethode*, int, CXError*, int) override { return 0; }
-    IFenCommun* piGetFenetreAppelante() override { return nullptr; }
     // Fills the variant through its layout alone, as the machine does: type word and payload,
     // a reference of its own on a counted block, no operations.
     int bLitParametreAny(int nParametre, unsigned int, CAny* pclValeur, CXError*) override {
@@ -117,7 +104,6 @@ public:
         }
         return 1;
     }
-    int bLitParametreVariable(int, unsigned int, STParametreVariable*, CXError*) override { return 0; }
     void SetRetour(unsigned int, const void* pValeur, int nType) override {
         stResultat = STResultat{};
         stResultat.nType = nType;
@@ -133,16 +119,7 @@ public:
             stResultat.sOctets.assign(reinterpret_cast<const char*>(cl.pbyGet()), static_cast<size_t>(cl.nGetTaille()));
         }
     }
-    int nEmpileEntierAppel(int, CXError*) override { return 0; }
-    void EmetAvertissementPerformance(_CXErrorModule8*) override {}
-    int bEmpileTableauAppel(IZKTableau*, CXError*) override { return 0; }
-    int bAuditPerformanceActif() override { return 0; }
     int nModeChaine() override { return 1; }
-    int bEmpileChaineAppel(const wchar_t*, CXError*) override { return 0; }
-    int bEmpileChaineCouranteAppel(const wchar_t*, CXError*) override { return 0; }
-    void* pxCreeStructureRetour(unsigned int, int) override { return nullptr; }
-    void SetMembreStructure(void*, int, const void*, int) override {}
-    IVM* piDupliqueVMThread(int, const wchar_t*, void*, CXError*) override { return nullptr; }
 };
 
 CAny Entier(int n) {
