@@ -10,6 +10,8 @@
 #include "base/xystring.h"
 #include "component/interfaces/machine.h"
 #include "component/interfaces/type_codes.h"
+#include "datetime/date_time.h"
+#include "datetime/duration.h"
 #include "numeric/money.h"
 
 namespace ovthunk {
@@ -32,6 +34,9 @@ template <> struct TArg<ovtype::HANDLE> : TScalarArg<long> {};
 template <> struct TArg<ovtype::REAL> : TScalarArg<double> {};
 // Money: the entry points at the machine's ten bytes; the method gets its own copy.
 template <> struct TArg<ovtype::MONEY> : TScalarArg<CMoney> {};
+// Date-times and durations: the entry points at the machine's eight bytes, copied for the method.
+template <> struct TArg<ovtype::DATETIME> : TScalarArg<CDateTime> {};
+template <> struct TArg<ovtype::DURATION> : TScalarArg<CDuree> {};
 
 // Texts: the entry points at the text pointer.
 template <typename T>
@@ -95,6 +100,7 @@ template <> struct TArg<ovtype::INT | ovtype::FLAG_BY_REFERENCE> : TReferenceArg
 template <> struct TArg<ovtype::INT64 | ovtype::FLAG_BY_REFERENCE> : TReferenceArg<long> {};
 template <> struct TArg<ovtype::REAL | ovtype::FLAG_BY_REFERENCE> : TReferenceArg<double> {};
 template <> struct TArg<ovtype::MONEY | ovtype::FLAG_BY_REFERENCE> : TReferenceArg<CMoney> {};
+template <> struct TArg<ovtype::DATETIME | ovtype::FLAG_BY_REFERENCE> : TReferenceArg<CDateTime> {};
 
 // ---------------------------------------------------------------- results
 
@@ -117,6 +123,9 @@ template <> struct TResult<ovtype::HANDLE> : TScalarResult<long, int64_t, ovtype
 template <> struct TResult<ovtype::REAL> : TScalarResult<double, double, ovtype::REAL> {};
 // Money goes out as its ten bytes, which the machine copies before SetRetour returns.
 template <> struct TResult<ovtype::MONEY> : TScalarResult<CMoney, CMoney, ovtype::MONEY> {};
+// Date-times and durations go out as their eight bytes, copied by the machine.
+template <> struct TResult<ovtype::DATETIME> : TScalarResult<CDateTime, CDateTime, ovtype::DATETIME> {};
+template <> struct TResult<ovtype::DURATION> : TScalarResult<CDuree, CDuree, ovtype::DURATION> {};
 
 // Counted results: SetRetour gets the address of the local holding the block pointer; the machine
 // takes its own reference before returning, and the local's is dropped after.

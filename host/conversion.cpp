@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "host/allocator.h"
+#include "host/utf8.h"
 #include "host/vm.h"
 
 namespace ovhost {
@@ -28,8 +29,8 @@ constexpr Int128 kMonnaieMin = -(static_cast<Int128>(1) << 79);
 enum : int {
     kCodeVide = 0x00, kCodeBool = 0x01, kCodeUI1 = 0x02, kCodeUI2 = 0x03, kCodeUI4 = 0x04, kCodeUI8 = 0x05,
     kCodeI1 = 0x06, kCodeI2 = 0x07, kCodeI4 = 0x08, kCodeI8 = 0x09, kCodeMonnaie = 0x0a, kCodeR4 = 0x0b,
-    kCodeR8 = 0x0c, kCodeUIX = 0x0e, kCodeI8Bis = 0x0f, kCodeTexte = 0x10, kCodeCarA = 0x11, kCodePTexteA = 0x12,
-    kCodeTexteA = 0x13, kCodeDateW = 0x18, kCodeHeureW = 0x19, kCodeBinaire = 0x1c, kCodeCarW = 0x51,
+    kCodeR8 = 0x0c, kCodeDecimal = 0x0d, kCodeUIX = 0x0e, kCodeI8Bis = 0x0f, kCodeTexte = 0x10, kCodeCarA = 0x11,
+    kCodePTexteA = 0x12, kCodeTexteA = 0x13, kCodeDateW = 0x18, kCodeHeureW = 0x19, kCodeBinaire = 0x1c, kCodeCarW = 0x51,
     kCodePTexteW = 0x6e, kCodeDateA = 0x80, kCodeHeureA = 0x81, kCodeTexte94 = 0x94, kCodeTexte95 = 0x95,
 };
 
@@ -49,56 +50,6 @@ void Ecrit(void* p, T t) {
 
 // ---------------------------------------------------------------------------------------------
 // Texts
-
-std::wstring sDepuisOctets(std::string_view s) {
-    // UTF-8 when the bytes are valid UTF-8, one character per byte (Latin-1) otherwise.
-    std::wstring sOut;
-    size_t i = 0;
-    while (i < s.size()) {
-        const unsigned char c = static_cast<unsigned char>(s[i]);
-        const int nSuite = c < 0x80 ? 0 : (c >> 5) == 6 ? 1 : (c >> 4) == 14 ? 2 : (c >> 3) == 30 ? 3 : -1;
-        if (nSuite < 0 || i + static_cast<size_t>(nSuite) >= s.size()) break;
-        uint32_t n = nSuite == 0 ? c : c & (0x3fu >> nSuite);
-        bool bValide = true;
-        for (int k = 1; k <= nSuite; ++k) {
-            const unsigned char cs = static_cast<unsigned char>(s[i + static_cast<size_t>(k)]);
-            bValide = bValide && (cs & 0xc0) == 0x80;
-            n = (n << 6) | (cs & 0x3f);
-        }
-        const uint32_t anMin[] = {0, 0x80, 0x800, 0x10000};
-        if (!bValide || n < anMin[nSuite] || n > 0x10ffff || (n >= 0xd800 && n <= 0xdfff)) break;
-        sOut.push_back(static_cast<wchar_t>(n));
-        i += static_cast<size_t>(nSuite) + 1;
-    }
-    if (i == s.size()) return sOut;
-    sOut.clear();
-    for (char c : s) sOut.push_back(static_cast<wchar_t>(static_cast<unsigned char>(c)));
-    return sOut;
-}
-
-std::string sVersUtf8(std::wstring_view s) {
-    std::string sOut;
-    for (wchar_t wc : s) {
-        uint32_t n = static_cast<uint32_t>(wc);
-        if (n > 0x10ffff || (n >= 0xd800 && n <= 0xdfff)) n = 0xfffd;
-        if (n < 0x80) {
-            sOut.push_back(static_cast<char>(n));
-        } else if (n < 0x800) {
-            sOut.push_back(static_cast<char>(0xc0 | (n >> 6)));
-            sOut.push_back(static_cast<char>(0x80 | (n & 0x3f)));
-        } else if (n < 0x10000) {
-            sOut.push_back(static_cast<char>(0xe0 | (n >> 12)));
-            sOut.push_back(static_cast<char>(0x80 | ((n >> 6) & 0x3f)));
-            sOut.push_back(static_cast<char>(0x80 | (n & 0x3f)));
-        } else {
-            sOut.push_back(static_cast<char>(0xf0 | (n >> 18)));
-            sOut.push_back(static_cast<char>(0x80 | ((n >> 12) & 0x3f)));
-            sOut.push_back(static_cast<char>(0x80 | ((n >> 6) & 0x3f)));
-            sOut.push_back(static_cast<char>(0x80 | (n & 0x3f)));
-        }
-    }
-    return sOut;
-}
 
 std::wstring sEntier(Int128 n) {
     const bool bNegatif = n < 0;
@@ -243,7 +194,7 @@ bool bLitSource(const void* p, int nCode, STValeur* pst) {
         case kCodeTexteA: {
             std::string sOctets;
             if (!CStrMemAllocator::s_bReadBytes(tLit<const void*>(p), &sOctets)) return false;
-            pst->s = sDepuisOctets(sOctets);
+            pst->s = sWideFromBytes(sOctets);
             return true;
         }
         case kCodePTexteW: {
@@ -253,7 +204,7 @@ bool bLitSource(const void* p, int nCode, STValeur* pst) {
         }
         case kCodePTexteA: {
             const char* psz = tLit<const char*>(p);
-            if (psz) pst->s = sDepuisOctets(psz);
+            if (psz) pst->s = sWideFromBytes(psz);
             return true;
         }
         case kCodeCarA: pst->s = sTexteFixe<char>(p, 1); return true;
@@ -287,6 +238,15 @@ int nMonnaieDeTexte(const STNombreTexte& st, Int128* pn) {
     return ANY_OK;
 }
 
+// A text as a number: blank text reads as zero, any other text must be a number.
+int nLitTexte(const std::wstring& s, STNombreTexte* pst) {
+    if (s.find_first_not_of(L" \t") == std::wstring::npos) {
+        pst->sEntier = "0";
+        return ANY_OK;
+    }
+    return bLitNombre(s, pst) ? ANY_OK : ANY_ERREUR_CONVERSION;
+}
+
 // The value as an integer: reals and money are cut toward zero; texts read as numbers.
 int nVersEntier(const STValeur& st, Int128* pn) {
     using G = STValeur::EGenre;
@@ -300,12 +260,8 @@ int nVersEntier(const STValeur& st, Int128* pn) {
             *pn = static_cast<Int128>(std::trunc(st.d));
             return ANY_OK;
         case G::Texte: {
-            if (st.s.find_first_not_of(L" \t") == std::wstring::npos) {
-                *pn = 0;
-                return ANY_OK;
-            }
             STNombreTexte stN;
-            if (!bLitNombre(st.s, &stN)) return ANY_ERREUR_CONVERSION;
+            if (const int nLu = nLitTexte(st.s, &stN); nLu != ANY_OK) return nLu;
             if (stN.bExposant) return nVersEntier(STValeur{G::Reel, 0, stN.d, {}}, pn);
             Int128 n = 0;
             for (char c : stN.sEntier) {
@@ -332,12 +288,8 @@ int nVersReel(const STValeur& st, double* pd) {
             return ANY_OK;
         }
         case G::Texte: {
-            if (st.s.find_first_not_of(L" \t") == std::wstring::npos) {
-                *pd = 0;
-                return ANY_OK;
-            }
             STNombreTexte stN;
-            if (!bLitNombre(st.s, &stN)) return ANY_ERREUR_CONVERSION;
+            if (const int nLu = nLitTexte(st.s, &stN); nLu != ANY_OK) return nLu;
             if (!std::isfinite(stN.d)) return ANY_ERREUR_DEPASSEMENT;
             *pd = stN.d;
             return ANY_OK;
@@ -365,12 +317,8 @@ int nVersMonnaie(const STValeur& st, Int128* pn) {
             return nMonnaieDeTexte(stN, pn);
         }
         case G::Texte: {
-            if (st.s.find_first_not_of(L" \t") == std::wstring::npos) {
-                *pn = 0;
-                return ANY_OK;
-            }
             STNombreTexte stN;
-            if (!bLitNombre(st.s, &stN)) return ANY_ERREUR_CONVERSION;
+            if (const int nLu = nLitTexte(st.s, &stN); nLu != ANY_OK) return nLu;
             return nMonnaieDeTexte(stN, pn);
         }
     }
@@ -452,7 +400,7 @@ int nEcritCible(void* pCible, int nCode, const STValeur& st) {
             return ANY_OK;
         }
         case kCodeTexteA: {
-            const std::string s = sVersUtf8(sVersTexte(st));
+            const std::string s = sUtf8(sVersTexte(st));
             void* pBloc = allocateur().pvNewBytes(s, false);
             if (pBloc == nullptr && !s.empty()) return ANY_ERREUR_TAILLE;
             Ecrit(pCible, pBloc);
@@ -465,7 +413,7 @@ int nEcritCible(void* pCible, int nCode, const STValeur& st) {
             return ANY_OK;
         }
         case kCodePTexteA: {
-            char* p = pszCopie(sVersUtf8(sVersTexte(st)));
+            char* p = pszCopie(sUtf8(sVersTexte(st)));
             if (p == nullptr) return ANY_ERREUR_TAILLE;
             Ecrit(pCible, p);
             return ANY_OK;
@@ -481,6 +429,11 @@ public:
     void* pCreeDecimal() override { return std::calloc(1, ANY_TAILLE_DECIMAL); }
     void LibereDecimal(void* pDecimal) override { std::free(pDecimal); }
 };
+
+CFabriqueDecimal& fabrique() {
+    static CFabriqueDecimal s_clFabrique;
+    return s_clFabrique;
+}
 
 // ---------------------------------------------------------------------------------------------
 // Variants
@@ -514,6 +467,17 @@ bool bDateHeure(const std::wstring& s, uint64_t* pn) {
 
 }  // namespace
 
+std::wstring sMoneyText(const STMoneyView& stMoney) { return sMonnaie(nMonnaieLue(&stMoney)); }
+
+bool bMoneyFromText(std::wstring_view sTexte, STMoneyView* pstMoney) {
+    if (sTexte.find_first_of(L",eE") != std::wstring_view::npos) return false;
+    STNombreTexte stN;
+    Int128 n = 0;
+    if (!bLitNombre(sTexte, &stN) || nMonnaieDeTexte(stN, &n) != ANY_OK) return false;
+    EcritMonnaie(pstMoney, n);
+    return true;
+}
+
 bool bFillAnyView(const CValue& cl, STAnyView* pst) {
     VideVue(pst);
     void* pBloc = nullptr;
@@ -538,11 +502,10 @@ bool bFillAnyView(const CValue& cl, STAnyView* pst) {
             Ecrit(pst->abyValeur, cl.dReal);
             return true;
         case EValueKind::Money: {
-            STNombreTexte stN;
-            Int128 n = 0;
-            if (!bLitNombre(cl.sText, &stN) || nMonnaieDeTexte(stN, &n) != ANY_OK) return false;
+            STMoneyView stMonnaie;
+            if (!bMoneyFromText(cl.sText, &stMonnaie)) return false;
             pst->wType = kCodeMonnaie;
-            EcritMonnaie(pst->abyValeur, n);
+            Ecrit(pst->abyValeur, stMonnaie);
             return true;
         }
         case EValueKind::Text:
@@ -608,7 +571,7 @@ bool bReadAnyView(const STAnyView* pst, CValue* pcl, std::string* psNote) {
             return true;
         case kCodeMonnaie:
             pcl->eKind = EValueKind::Money;
-            pcl->sText = sMonnaie(nMonnaieLue(pst->abyValeur));
+            pcl->sText = sMoneyText(tLit<STMoneyView>(pst->abyValeur));
             return true;
         case kCodeTexteA: {
             std::string s;
@@ -648,6 +611,10 @@ void ReleaseAnyView(STAnyView* pst) {
         case kCodePTexteA: case kCodePTexteW:
             std::free(tLit<void*>(pst->abyValeur));
             break;
+        case kCodeDecimal:
+            // A variant the component turned into a decimal holds one of the machine's factory.
+            fabrique().LibereDecimal(tLit<void*>(pst->abyValeur));
+            break;
         default:
             break;
     }
@@ -677,6 +644,5 @@ extern "C" void FinConversion(void* pCible, int nType) {
 }
 
 extern "C" void* pQueryProxy(int nNumero) {
-    static ovhost::CFabriqueDecimal s_clFabrique;
-    return nNumero == ANY_PROXY_FABRIQUE ? static_cast<IVMFactory*>(&s_clFabrique) : nullptr;
+    return nNumero == ANY_PROXY_FABRIQUE ? static_cast<IVMFactory*>(&ovhost::fabrique()) : nullptr;
 }

@@ -5,11 +5,21 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "component/interfaces/any_view.h"
+#include "component/interfaces/money_view.h"
 #include "host/value.h"
 
 namespace ovhost {
+
+// Money as the machine carries it (type 0x0a): the exact decimal text of the ten bytes ("12.5",
+// "-0.000001", "3": no trailing zeros, no lone point), and the ten bytes of a text made of blanks,
+// one sign, digits and at most one point. Decimals past the sixth are cut. False for any other
+// text (a decimal comma, an exponent: the language's wider number forms are the conversions'
+// business) and for a value outside the 80-bit range.
+std::wstring sMoneyText(const STMoneyView& stMoney);
+bool bMoneyFromText(std::wstring_view sTexte, STMoneyView* pstMoney);
 
 // A variant from a script value: type word and payload written, the operations pointer left null
 // for the component to attach. Texts and binary values go in counted blocks of the machine's

@@ -14,10 +14,13 @@
 #include <mutex>
 #include <unordered_map>
 
+#include "component/interfaces/date_view.h"
 #include "component/interfaces/machine.h"
 #include "component/interfaces/type_codes.h"
 #include "host/allocator.h"
+#include "host/conversion.h"
 #include "host/table_reader.h"
+#include "host/utf8.h"
 #include "host/vm.h"
 
 namespace ovhost {
@@ -27,8 +30,12 @@ using PFNBINITLIBRARY = int (*)(void* hModule);
 using PFNTERMLIBRARY = void (*)();
 using PFNINFOCOMPOSANTE = intptr_t (*)(unsigned int nSelecteur, unsigned long nIndex);
 using PFNQUERYPROXY = void* (*)(int nNumero);
+using PFNINITCONVERSION = int (*)(void* hMachine, int nVersion, int nVersionCompat);
 
 constexpr int kProxyLanguageObject = 60;
+// The conversion interface this machine offers the component's variants.
+constexpr int kConversionVersion = 2;
+constexpr int kConversionCompatVersion = 2;
 constexpr int kLevelNoError = 1;
 
 // The argument record of the codes that take text, 8-bit text or binary alike.
@@ -48,6 +55,7 @@ struct STModule {
     PFNEXECUTION pfnExecution = nullptr;
     PFNINFOCOMPOSANTE pfnInfoComposante = nullptr;
     PFNQUERYPROXY pfnQueryProxy = nullptr;
+    PFNINITCONVERSION pfnInitConversion = nullptr;  // absent from older builds
 };
 
 std::mutex gmutexModules;
@@ -76,56 +84,6 @@ std::string sLower(std::string_view s) {
 
 // ---------------------------------------------------------------------------------------------
 // Text and number conversions between a CValue and a type code.
-
-std::wstring sWideFromBytes(const std::string& s) {
-    // UTF-8 when the bytes are valid UTF-8, else one character per byte.
-    std::wstring sOut;
-    size_t i = 0;
-    while (i < s.size()) {
-        const unsigned char c = static_cast<unsigned char>(s[i]);
-        const int nSuite = c < 0x80 ? 0 : (c >> 5) == 6 ? 1 : (c >> 4) == 14 ? 2 : (c >> 3) == 30 ? 3 : -1;
-        if (nSuite < 0 || i + static_cast<size_t>(nSuite) >= s.size()) break;
-        uint32_t n = nSuite == 0 ? c : c & (0x3f >> nSuite);
-        bool bOk = true;
-        for (int k = 1; k <= nSuite; ++k) {
-            const unsigned char cs = static_cast<unsigned char>(s[i + static_cast<size_t>(k)]);
-            if ((cs & 0xc0) != 0x80) bOk = false;
-            n = (n << 6) | (cs & 0x3f);
-        }
-        const uint32_t nMin[] = {0, 0x80, 0x800, 0x10000};
-        if (!bOk || n < nMin[nSuite] || n > 0x10ffff || (n >= 0xd800 && n <= 0xdfff)) break;
-        sOut.push_back(static_cast<wchar_t>(n));
-        i += static_cast<size_t>(nSuite) + 1;
-    }
-    if (i == s.size()) return sOut;
-    sOut.clear();
-    for (char c : s) sOut.push_back(static_cast<wchar_t>(static_cast<unsigned char>(c)));
-    return sOut;
-}
-
-std::string sUtf8(const std::wstring& s) {
-    std::string sOut;
-    for (wchar_t wc : s) {
-        uint32_t n = static_cast<uint32_t>(wc);
-        if (n > 0x10ffff || (n >= 0xd800 && n <= 0xdfff)) n = 0xfffd;
-        if (n < 0x80) {
-            sOut.push_back(static_cast<char>(n));
-        } else if (n < 0x800) {
-            sOut.push_back(static_cast<char>(0xc0 | (n >> 6)));
-            sOut.push_back(static_cast<char>(0x80 | (n & 0x3f)));
-        } else if (n < 0x10000) {
-            sOut.push_back(static_cast<char>(0xe0 | (n >> 12)));
-            sOut.push_back(static_cast<char>(0x80 | ((n >> 6) & 0x3f)));
-            sOut.push_back(static_cast<char>(0x80 | (n & 0x3f)));
-        } else {
-            sOut.push_back(static_cast<char>(0xf0 | (n >> 18)));
-            sOut.push_back(static_cast<char>(0x80 | ((n >> 12) & 0x3f)));
-            sOut.push_back(static_cast<char>(0x80 | ((n >> 6) & 0x3f)));
-            sOut.push_back(static_cast<char>(0x80 | (n & 0x3f)));
-        }
-    }
-    return sOut;
-}
 
 std::string sNarrowAscii(const std::wstring& s) {
     std::string sOut;
@@ -237,7 +195,10 @@ bool bAsWide(const CValue& v, std::wstring* ps, int* pnCost) {
     }
 }
 
-enum class ECategory { Bool, Int32, Int64, Real, Money, WidePointer, CountedWide, Utf8, Binary, Manip, Unsupported };
+enum class ECategory {
+    Bool, Int32, Int64, Real, Money, DateTime, Duration, WidePointer, CountedWide, Utf8, Binary, Manip, Any,
+    Unsupported
+};
 
 ECategory eCategory(uint32_t dwType) {
     switch (dwType & ovtype::CODE_MASK) {
@@ -247,6 +208,8 @@ ECategory eCategory(uint32_t dwType) {
         case ovtype::HANDLE: return ECategory::Int64;
         case ovtype::REAL: return ECategory::Real;
         case ovtype::MONEY: return ECategory::Money;
+        case ovtype::DATETIME: return ECategory::DateTime;
+        case ovtype::DURATION: return ECategory::Duration;
         case ovtype::PROCEDURE:
         case ovtype::WPSZ:
         case ovtype::TEXT:
@@ -259,6 +222,7 @@ ECategory eCategory(uint32_t dwType) {
         case ovtype::BUFFER: return ECategory::Binary;
         case ovtype::MANIP:
         case ovtype::MANIP2: return ECategory::Manip;
+        case ovtype::ANY: return ECategory::Any;
         default: return ECategory::Unsupported;
     }
 }
@@ -281,6 +245,28 @@ bool bAsMoney(const CValue& v, STMoneyView* pst, int* pnCost) {
         case EValueKind::Text: *pnCost = 3; return bMoneyFromText(v.sText, pst);
         case EValueKind::Ansi: *pnCost = 3; return bMoneyFromText(sWideFromBytes(v.sBytes), pst);
         case EValueKind::Null: *pst = {}; *pnCost = 4; return true;
+        default: return false;
+    }
+}
+
+// The value as a date-time, from its exact text: 0 a date-time, 1 a date or a time (a time alone
+// is taken on 1 January 1800... no: a time alone has no date and is refused), 3 a text that reads.
+bool bAsDateTime(const CValue& v, STDateTimeView* pst, int* pnCost) {
+    switch (v.eKind) {
+        case EValueKind::DateTime: *pnCost = 0; return bDateTimeViewFromText(v.sText, pst);
+        case EValueKind::Date: *pnCost = 1; return bDateTimeViewFromText(v.sText, pst);
+        case EValueKind::Text: *pnCost = 3; return bDateTimeViewFromText(v.sText, pst);
+        case EValueKind::Ansi: *pnCost = 3; return bDateTimeViewFromText(sWideFromBytes(v.sBytes), pst);
+        default: return false;
+    }
+}
+
+// The value as a duration: 0 a duration, 3 a text holding its count of milliseconds.
+bool bAsDuree(const CValue& v, STDureeView* pst, int* pnCost) {
+    switch (v.eKind) {
+        case EValueKind::Duration: *pnCost = 0; return bDureeViewFromText(v.sText, pst);
+        case EValueKind::Text: *pnCost = 3; return bDureeViewFromText(v.sText, pst);
+        case EValueKind::Ansi: *pnCost = 3; return bDureeViewFromText(sWideFromBytes(v.sBytes), pst);
         default: return false;
     }
 }
@@ -313,6 +299,14 @@ int nFitCost(const CValue& v, uint32_t dwType) {
             STMoneyView stMoney;
             return bAsMoney(v, &stMoney, &nCost) ? nCost : -1;
         }
+        case ECategory::DateTime: {
+            STDateTimeView stDate;
+            return bAsDateTime(v, &stDate, &nCost) ? nCost : -1;
+        }
+        case ECategory::Duration: {
+            STDureeView stDuree;
+            return bAsDuree(v, &stDuree, &nCost) ? nCost : -1;
+        }
         case ECategory::WidePointer:
         case ECategory::CountedWide:
             return bAsWide(v, &s, &nCost) ? nCost : -1;
@@ -330,6 +324,14 @@ int nFitCost(const CValue& v, uint32_t dwType) {
         case ECategory::Manip:
             if (v.eKind == EValueKind::Buffer || v.eKind == EValueKind::Ansi || v.eKind == EValueKind::Text) return 0;
             return bAsWide(v, &s, &nCost) ? nCost : -1;
+        case ECategory::Any: {
+            // A variant takes any value it can hold, a little behind an exact type; a trial fill is
+            // the one test of what it can hold.
+            STAnyView stAny{};
+            const bool bHeld = bFillAnyView(v, &stAny);
+            ReleaseAnyView(&stAny);
+            return bHeld ? 1 : -1;
+        }
         case ECategory::Unsupported:
             return -1;
     }
@@ -344,12 +346,15 @@ struct STSlot {
     int64_t n64 = 0;
     double d = 0;
     STMoneyView stMoney{};
+    STDateTimeView stDateTime{};
+    STDureeView stDuree{};
     std::wstring sWide;
     const wchar_t* pszWide = nullptr;
     std::string sBytes;
     const char* pszBytes = nullptr;
     void* pvBlock = nullptr;  // counted block held by the host: released after the call
     STManipAUB stManip{nullptr, 0};
+    STAnyView stAny{};  // the entry is the variant itself; its payload is released after the call
 };
 
 // Fills a slot from a value that nFitCost accepted, and answers the vector entry.
@@ -381,6 +386,12 @@ void* pvFillSlot(const CValue& v, uint32_t dwType, STSlot* pst, CStrMemAllocator
         case ECategory::Money:
             bAsMoney(v, &pst->stMoney, &nCost);
             return &pst->stMoney;
+        case ECategory::DateTime:
+            bAsDateTime(v, &pst->stDateTime, &nCost);
+            return &pst->stDateTime;
+        case ECategory::Duration:
+            bAsDuree(v, &pst->stDuree, &nCost);
+            return &pst->stDuree;
         case ECategory::WidePointer:
             bAsWide(v, &pst->sWide, &nCost);
             pst->pszWide = pst->sWide.c_str();
@@ -412,14 +423,17 @@ void* pvFillSlot(const CValue& v, uint32_t dwType, STSlot* pst, CStrMemAllocator
                 pst->stManip = {clAlloc.pvNewWideText(pst->sWide), static_cast<uint16_t>(ovtype::WTEXT)};
             }
             return &pst->stManip;
+        case ECategory::Any:
+            bFillAnyView(v, &pst->stAny);
+            return &pst->stAny;
         case ECategory::Unsupported:
             break;
     }
     return nullptr;
 }
 
-// The value a by-reference argument holds after the call.
-CValue clReadBack(const STSlot& st) {
+// The value a by-reference argument holds after the call; what cannot be read goes in the note.
+CValue clReadBack(const STSlot& st, std::string* psNote) {
     std::wstring s;
     std::string sBytes;
     switch (st.e) {
@@ -431,6 +445,18 @@ CValue clReadBack(const STSlot& st) {
             CValue cl;
             cl.eKind = EValueKind::Money;
             cl.sText = sMoneyText(st.stMoney);
+            return cl;
+        }
+        case ECategory::DateTime: {
+            CValue cl;
+            cl.eKind = EValueKind::DateTime;
+            cl.sText = sDateTimeViewText(st.stDateTime);
+            return cl;
+        }
+        case ECategory::Duration: {
+            CValue cl;
+            cl.eKind = EValueKind::Duration;
+            cl.sText = sDureeViewText(st.stDuree);
             return cl;
         }
         case ECategory::WidePointer: return CValue::Text(st.pszWide != nullptr ? st.pszWide : L"");
@@ -446,6 +472,11 @@ CValue clReadBack(const STSlot& st) {
             if (st.stManip.nType == ovtype::ATEXT) return CValue::Ansi(std::move(sBytes));
             if (st.stManip.nType == ovtype::BUFFER) return CValue::Buffer(std::move(sBytes));
             return CValue::Null();
+        case ECategory::Any: {
+            CValue cl;
+            bReadAnyView(&st.stAny, &cl, psNote);
+            return cl;
+        }
         case ECategory::Unsupported: break;
     }
     return CValue::Null();
@@ -470,6 +501,7 @@ struct CStandInMachine::CImpl {
     bool bExecutionStarted = false;
     IZKLibrary* piLibrary = nullptr;
     bool bFinInit = false;
+    std::string sLoadNote;
     STComponentTables stTables;
     std::unordered_map<std::string, size_t> mapFunctions;
     std::unordered_map<std::string, size_t> mapFunctionsLower;
@@ -536,6 +568,7 @@ bool CStandInMachine::CImpl::bLoad(const std::string& sLibraryPath, std::string*
                     break;
                 }
             }
+            stM.pfnInitConversion = reinterpret_cast<PFNINITCONVERSION>(dlsym(hComponent, "bInitZKConvFromVM"));
             if (sWhy.empty() && stM.pfnInitLibrary(hComponent) == 0) sWhy = "bInitLibrary answered 0";
         }
         if (sWhy.empty()) {
@@ -559,6 +592,13 @@ bool CStandInMachine::CImpl::bLoad(const std::string& sLibraryPath, std::string*
     if (pstModule->pfnExecution(EXECUTION_INIT, reinterpret_cast<intptr_t>(&stInit)) == 0)
         return bFail("Execution(0xf91) answered 0");
     bExecutionStarted = true;
+
+    // The component's variants convert through this machine's entries, bound by their names in
+    // the machine's module. An older build has no such entry: it runs, without those conversions.
+    if (pstModule->pfnInitConversion == nullptr)
+        sLoadNote = "the library has no bInitZKConvFromVM: its variants cannot use the machine's conversions";
+    else if (pstModule->pfnInitConversion(hSelf, kConversionVersion, kConversionCompatVersion) == 0)
+        return bFail("bInitZKConvFromVM answered 0");
 
     CMemoryMap clMap;
     if (!CMemoryMap::s_bFromLoadedLibrary(hComponent, &clMap, &sWhy)) return bFail("memory map: " + sWhy);
@@ -607,6 +647,7 @@ void CStandInMachine::CImpl::Unload() {
     mapConstants.clear();
     mapConstantsLower.clear();
     bFinInit = false;
+    sLoadNote.clear();
 }
 
 void CStandInMachine::CImpl::IndexNames() {
@@ -662,6 +703,7 @@ struct CCallResources {
         for (STSlot& st : tabSlots) {
             clAlloc.ReleaseBlock(st.pvBlock);
             clAlloc.ReleaseBlock(st.stManip.pBloc);
+            ReleaseAnyView(&st.stAny);
         }
     }
 };
@@ -748,10 +790,13 @@ bool CStandInMachine::CImpl::bCall(std::string_view sName, std::vector<CValue>& 
     const int nThunk = pfnThunk(&stAppel, piLibrary, tabVector.data());
     piLibrary->ChangeContexteAppel(pstPrevious);
 
-    for (size_t i = 0; i < nFixed; ++i)
-        if (clRes.tabSlots[i].bByRef) tabArguments[i] = clReadBack(clRes.tabSlots[i]);
-
     STCallOutcome stOut;
+    for (size_t i = 0; i < nFixed; ++i) {
+        if (!clRes.tabSlots[i].bByRef) continue;
+        std::string sNote;
+        tabArguments[i] = clReadBack(clRes.tabSlots[i], &sNote);
+        if (!sNote.empty()) clRes.stContext.tabNotes.push_back("argument " + std::to_string(i + 1) + ": " + sNote);
+    }
     stOut.clResult = clRes.stContext.clFinalResult();
     for (const std::string& s : clRes.stContext.tabNotes) stOut.sNote += (stOut.sNote.empty() ? "" : "; ") + s;
     if (CXError* pclError = piLibrary->pclGetError()) {
@@ -844,6 +889,7 @@ bool CStandInMachine::bCallPrepared(const STPreparedCall& stCall, void** ppArgum
 }
 
 bool CStandInMachine::bFinInitResult() const { return m_pclImpl->bFinInit; }
+const std::string& CStandInMachine::sLoadNote() const { return m_pclImpl->sLoadNote; }
 void CStandInMachine::SetModeChaine(int nMode) { m_pclImpl->clVM.SetModeChaine(nMode); }
 
 const STFunctionInfo* CStandInMachine::pstFindFunction(std::string_view sName) const {

@@ -92,8 +92,8 @@ public:
     CStandInMachine(const CStandInMachine&) = delete;
     CStandInMachine& operator=(const CStandInMachine&) = delete;
 
-    // dlopen, bInitLibrary, Execution(0xf91), the tables, pQueryProxy(60), bFinInitZKL.
-    // False with a message naming the path and the failing step.
+    // dlopen, bInitLibrary, Execution(0xf91), bInitZKConvFromVM, the tables, pQueryProxy(60),
+    // bFinInitZKL. False with a message naming the path and the failing step.
     bool bLoad(const std::string& sLibraryPath, std::string* psError);
     void Unload();
     bool bLoaded() const;
@@ -110,9 +110,11 @@ public:
     const std::vector<std::string>& tabTypeReferences() const;
     // The answer of bFinInitZKL at load (the machine goes on either way, as the real one decides).
     bool bFinInitResult() const;
-    // What nModeChaine answers the component (1 by default). A text function whose result form is
-    // its own choice (code 0x4b) and that has no text input to follow answers 8-bit text (UTF-8)
-    // in modes 1 and 2, wide text in any other.
+    // What the load noticed without failing (a library without bInitZKConvFromVM); empty if nothing.
+    const std::string& sLoadNote() const;
+    // What nModeChaine answers the component (0 by default: wide text). A text function whose result
+    // form is its own choice (code 0x4b) and that has no text input to follow answers 8-bit text
+    // (UTF-8) in modes 1 and 2, wide text in any other.
     void SetModeChaine(int nMode);
 
     // Picks an overload by argument count and types, converts, calls the thunk, reads the result

@@ -1,6 +1,7 @@
 // ovrun: runs statements against the standard-functions library through the stand-in machine and
 // prints their results as text or JSON; lists and describes the library's functions.
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -13,6 +14,7 @@
 #include "host/printer.h"
 #include "host/script.h"
 #include "host/tour_ovs.h"
+#include "host/vm.h"
 
 namespace {
 
@@ -33,6 +35,9 @@ const char gszUsage[] =
     "  --list            list the library's functions\n"
     "  --describe NAME   show the overloads of a function (or the value of a constant)\n"
     "  --library PATH    the library to load (default: beside ovrun, or $OV200STD64)\n"
+    "  --mode-chaine N   the machine's string mode: 1 or 2, text functions free to choose answer\n"
+    "                    8-bit text; any other number (0, the default), wide text\n"
+    "  --langue fr|en    the machine's language for date texts and masks (default: fr)\n"
     "  -h, --help        this text\n"
     "\n"
     "Exit status: 0 when every statement ran (language errors are results), 1 when a call\n"
@@ -68,6 +73,7 @@ struct STOptions {
     std::string sDescribeName;
     bool bLibrary = false;
     std::string sLibraryPath;
+    int nModeChaine = 0;  // Unicode mode
     bool bHelp = false;
 };
 
@@ -79,6 +85,14 @@ void WriteOut(const std::string& sLine) {
 void WriteError(const std::string& sLine) {
     std::fwrite(sLine.data(), 1, sLine.size(), stderr);
     std::fputc('\n', stderr);
+}
+
+// A whole decimal integer, sign allowed, that fits an int.
+bool bParseMode(const std::string& sText, int* pnMode) {
+    const char* pszEnd = sText.data() + sText.size();
+    const char* pszStart = sText.data() + (sText.size() > 1 && sText[0] == '+' ? 1 : 0);
+    auto [pszStop, ec] = std::from_chars(pszStart, pszEnd, *pnMode);
+    return ec == std::errc() && pszStop == pszEnd && !sText.empty();
 }
 
 bool bParseOptions(int nArgc, char** ppszArgv, STOptions* pstOptions, std::string* psError) {
@@ -109,6 +123,20 @@ bool bParseOptions(int nArgc, char** ppszArgv, STOptions* pstOptions, std::strin
         } else if (!bOptionsEnded && sArgument == "--library") {
             pstOptions->bLibrary = true;
             if (!bTakeValue(&pstOptions->sLibraryPath)) return false;
+        } else if (!bOptionsEnded && sArgument == "--langue") {
+            std::string sLangue;
+            if (!bTakeValue(&sLangue)) return false;
+            if (!ovhost::CMachineServices::s_Instance().clInfoLangue().bSetLangue(sLangue)) {
+                *psError = "--langue takes fr or en";
+                return false;
+            }
+        } else if (!bOptionsEnded && sArgument == "--mode-chaine") {
+            std::string sMode;
+            if (!bTakeValue(&sMode)) return false;
+            if (!bParseMode(sMode, &pstOptions->nModeChaine)) {
+                *psError = "--mode-chaine needs an integer, not '" + sMode + "'";
+                return false;
+            }
         } else if (!bOptionsEnded && (sArgument == "-h" || sArgument == "--help")) {
             pstOptions->bHelp = true;
         } else if (!bOptionsEnded && sArgument.size() > 1 && sArgument[0] == '-') {
@@ -285,6 +313,8 @@ int nMain(int nArgc, char** ppszArgv) {
         WriteError("ovrun: " + (sLoadError.empty() ? "cannot load " + sLibraryPath : sLoadError));
         return gnExitRefused;
     }
+    if (!clMachine.sLoadNote().empty()) WriteError("ovrun: note: " + clMachine.sLoadNote());
+    clMachine.SetModeChaine(stOptions.nModeChaine);
     if (stOptions.bList) return nList(clMachine);
     if (stOptions.bDescribe) return nDescribe(clMachine, stOptions.sDescribeName);
 

@@ -1,5 +1,5 @@
 // How ovrun shows values: as plain text lines for people and as one JSON object a line for
-// programs; plus the UTF-8 conversions both forms and the script reader share.
+// programs.
 #pragma once
 
 #include <cstdint>
@@ -7,18 +7,10 @@
 #include <string_view>
 
 #include "host/machine.h"
+#include "host/utf8.h"
 #include "host/value.h"
 
 namespace ovhost {
-
-// Decodes one UTF-8 sequence at the start of sBytes. Answers the code point and its byte length,
-// or -1 (length 1) for a malformed, overlong, surrogate or out-of-range sequence.
-int32_t nDecodeUtf8(std::string_view sBytes, size_t* pnLength);
-
-// Appends the UTF-8 form of a code point; surrogates and values past U+10FFFF become U+FFFD.
-void AppendUtf8(uint32_t dwCodePoint, std::string* psOut);
-
-std::string sUtf8(std::wstring_view sText);
 
 // The shortest text that reads back as the same double.
 std::string sFormatReal(double dValue);

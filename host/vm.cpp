@@ -7,6 +7,7 @@
 #include <cstring>
 #include <cwchar>
 
+#include "component/interfaces/date_view.h"
 #include "component/interfaces/type_codes.h"
 #include "host/conversion.h"
 
@@ -38,63 +39,6 @@ void AddNote(std::string* psNote, const std::string& s) {
 }
 
 }  // namespace
-
-// Money works on the 80-bit integer held in 128 bits: the machine's own arithmetic, independent
-// of the component's.
-std::wstring sMoneyText(const STMoneyView& stMoney) {
-    using UInt128 = unsigned __int128;
-    UInt128 u = 0;
-    for (int i = MONEY_MOTS - 1; i >= 0; --i) u = (u << 16) | stMoney.awMots[i];
-    const bool bNegatif = (stMoney.awMots[MONEY_MOTS - 1] & 0x8000) != 0;
-    if (bNegatif) u = (static_cast<UInt128>(1) << MONEY_BITS) - u;
-    const UInt128 uEchelle = static_cast<UInt128>(MONEY_ECHELLE);
-    const std::string sEntier = std::to_string(static_cast<uint64_t>(u / uEchelle));  // below 2^60
-    std::wstring s(bNegatif ? L"-" : L"");
-    s.append(sEntier.begin(), sEntier.end());
-    uint32_t nFraction = static_cast<uint32_t>(u % uEchelle);
-    if (nFraction != 0) {
-        std::wstring sFraction(MONEY_DECIMALES, L'0');
-        for (int i = MONEY_DECIMALES - 1; i >= 0; --i, nFraction /= 10)
-            sFraction[static_cast<size_t>(i)] = static_cast<wchar_t>(L'0' + nFraction % 10);
-        while (sFraction.back() == L'0') sFraction.pop_back();
-        s += L'.';
-        s += sFraction;
-    }
-    return s;
-}
-
-bool bMoneyFromText(std::wstring_view sTexte, STMoneyView* pstMoney) {
-    using UInt128 = unsigned __int128;
-    const size_t nDebut = sTexte.find_first_not_of(L" \t");
-    if (nDebut == std::wstring_view::npos) return false;
-    sTexte = sTexte.substr(nDebut, sTexte.find_last_not_of(L" \t") - nDebut + 1);
-    size_t i = 0;
-    const bool bNegatif = sTexte[0] == L'-';
-    if (sTexte[0] == L'-' || sTexte[0] == L'+') ++i;
-    const UInt128 uPlafond = static_cast<UInt128>(1) << (MONEY_BITS - 1);  // magnitude of the smallest
-    UInt128 u = 0;
-    int nChiffres = 0, nDecimales = -1;  // -1 before the point
-    for (; i < sTexte.size(); ++i) {
-        const wchar_t c = sTexte[i];
-        if (c == L'.' && nDecimales < 0) {
-            nDecimales = 0;
-        } else if (c >= L'0' && c <= L'9') {
-            ++nChiffres;
-            if (nDecimales >= MONEY_DECIMALES) continue;  // cut, not rounded
-            u = u * 10 + static_cast<unsigned>(c - L'0');
-            if (nDecimales >= 0) ++nDecimales;
-            if (u > uPlafond) return false;
-        } else {
-            return false;
-        }
-    }
-    if (nChiffres == 0) return false;
-    for (int n = nDecimales < 0 ? 0 : nDecimales; n < MONEY_DECIMALES; ++n) u *= 10;
-    if (u > uPlafond - (bNegatif ? 0 : 1)) return false;
-    if (bNegatif) u = (static_cast<UInt128>(1) << MONEY_BITS) - u;
-    for (int n = 0; n < MONEY_MOTS; ++n) pstMoney->awMots[n] = static_cast<uint16_t>(u >> (16 * n));
-    return true;
-}
 
 void ReadPushedValue(const void* pValeur, int nType, CValue* pcl, std::string* psNote) {
     const uint32_t nCode = static_cast<uint32_t>(nType) & ovtype::CODE_MASK;
@@ -139,6 +83,15 @@ void ReadPushedValue(const void* pValeur, int nType, CValue* pcl, std::string* p
             pcl->eKind = EValueKind::Money;
             pcl->sText = sMoneyText(tAt<STMoneyView>(pValeur));
             return;
+        case ovtype::DATETIME:
+            // The component's eight bytes, read through the shared view as their exact text.
+            pcl->eKind = EValueKind::DateTime;
+            pcl->sText = sDateTimeViewText(tAt<STDateTimeView>(pValeur));
+            return;
+        case ovtype::DURATION:
+            pcl->eKind = EValueKind::Duration;
+            pcl->sText = sDureeViewText(tAt<STDureeView>(pValeur));
+            return;
         case ovtype::STRING:
         case ovtype::SYS_STRING:
         case ovtype::FREE_STRING: {
@@ -147,6 +100,13 @@ void ReadPushedValue(const void* pValeur, int nType, CValue* pcl, std::string* p
                 *pcl = CValue::Text(std::move(s));
             else
                 AddNote(psNote, "text block of type " + sCodeName(nCode) + " has a malformed header");
+            return;
+        }
+        case ovtype::ANY: {
+            // The component's variant itself; the machine copies what it holds, the component then
+            // destroys its local.
+            std::string sNote;
+            if (!bReadAnyView(static_cast<const STAnyView*>(pValeur), pcl, &sNote)) AddNote(psNote, sNote);
             return;
         }
         case ovtype::BUFFER: {
@@ -224,6 +184,37 @@ void CVirtualMachine::AnnuleAppel() {}
 int CVirtualMachine::bVerifieFonctionnalite(int, CXError*) { return 0; }
 int CVirtualMachine::bEmpileChampAppel(IObjetAPCode*, CXError*) { return 0; }
 IInfoLangue* CVirtualMachine::piGetInfoLangue(int, int) { return &CMachineServices::s_Instance().clInfoLangue(); }
+
+namespace {
+constexpr STParametreHeure kHeureFrancais = {L"AM", L"PM", L"HH:mm:SS"};
+constexpr STParametreHeure kHeureAnglais = {L"AM", L"PM", L"HH:mm:SS AM"};
+constexpr STParametreDate kDateFrancais = {
+    L"JJ/MM/AAAA", L"lundi;mardi;mercredi;jeudi;vendredi;samedi;dimanche",
+    L"janvier;f\u00e9vrier;mars;avril;mai;juin;juillet;ao\u00fbt;septembre;octobre;novembre;d\u00e9cembre"};
+constexpr STParametreDate kDateAnglais = {
+    L"MM/JJ/AAAA", L"Monday;Tuesday;Wednesday;Thursday;Friday;Saturday;Sunday",
+    L"January;February;March;April;May;June;July;August;September;October;November;December"};
+}  // namespace
+
+const STParametreHeure* CInfoLangue::pstGetParametreHeure() {
+    return m_eLangue.load() == LANGUE_ANGLAIS ? &kHeureAnglais : &kHeureFrancais;
+}
+
+const STParametreDate* CInfoLangue::pstGetParametreDate() {
+    return m_eLangue.load() == LANGUE_ANGLAIS ? &kDateAnglais : &kDateFrancais;
+}
+
+bool CInfoLangue::bSetLangue(std::string_view sCode) {
+    if (sCode == "fr") {
+        SetLangue(LANGUE_FRANCAIS);
+        return true;
+    }
+    if (sCode == "en") {
+        SetLangue(LANGUE_ANGLAIS);
+        return true;
+    }
+    return false;
+}
 IAppelMethode* CVirtualMachine::piTrouveTraitement(const wchar_t*, int, CXError*) { return nullptr; }
 int CVirtualMachine::nExecuteAppel(IAppelMethode*, int, CXError*, int) { return 0; }
 IFenCommun* CVirtualMachine::piGetFenetreAppelante() { return nullptr; }

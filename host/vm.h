@@ -15,6 +15,7 @@
 #include "component/interfaces/machine.h"
 #include "component/interfaces/money_view.h"
 #include "host/allocator.h"
+#include "host/conversion.h"  // money text, which results and arguments share
 #include "host/table_reader.h"
 #include "host/value.h"
 
@@ -42,13 +43,6 @@ struct STCallContext {
 // Reads a value pushed by the component (SetRetour, SetMembreStructure) for one type code. Codes it
 // does not read give Null and a note.
 void ReadPushedValue(const void* pValeur, int nType, CValue* pclValue, std::string* psNote);
-
-// Money as the machine carries it (type 0x0a): the exact decimal text of the ten bytes ("12.5",
-// "-0.000001", "3": no trailing zeros, no lone point), and the ten bytes of a text made of blanks,
-// one sign, digits and at most one point. Decimals past the sixth are cut. False for any other
-// text and for a value outside the 80-bit range.
-std::wstring sMoneyText(const STMoneyView& stMoney);
-bool bMoneyFromText(std::wstring_view sTexte, STMoneyView* pstMoney);
 
 class CVirtualMachine final : public IVM {
 public:
@@ -97,7 +91,7 @@ private:
     STCallContext* m_pstFind(unsigned int dwFrame);  // among this thread's calls
     STStructureRetour* m_pstFindStructure(const void* pv, STCallContext** ppstCall);
 
-    std::atomic<int> m_nModeChaine{1};
+    std::atomic<int> m_nModeChaine{0};  // wide text (Unicode mode)
     std::atomic<int> m_nStray{0};
 };
 
@@ -126,8 +120,12 @@ private:
     } m_stDevise;
 };
 
+// The machine's language: French (the default) or English, each with its own date and time
+// settings rather than the system's. ovrun chooses it before any call is made.
 class CInfoLangue final : public IInfoLangue {
 public:
+    enum ELangue : int { LANGUE_FRANCAIS = 0, LANGUE_ANGLAIS = 1 };
+
     int nGetVersion() override { return 1; }
     int nGetCompatSince() override { return 1; }
     int nGetDllNum() override { return 0; }
@@ -135,6 +133,18 @@ public:
     void StdVersion_EmptySlot_2() override {}
     void StdVersion_EmptySlot_3() override {}
     int bEcritDeDroiteAGauche() override { return 0; }
+    const STParametreHeure* pstGetParametreHeure() override;
+    const STParametreDate* pstGetParametreDate() override;
+    int bParametreHeureSysteme() override { return 0; }
+    int bParametreDateSysteme() override { return 0; }
+
+    void SetLangue(ELangue eLangue) { m_eLangue.store(eLangue); }
+    ELangue eGetLangue() const { return m_eLangue.load(); }
+    // "fr" or "en"; false, nothing changed, for another code.
+    bool bSetLangue(std::string_view sCode);
+
+private:
+    std::atomic<ELangue> m_eLangue{LANGUE_FRANCAIS};
 };
 
 // Names of table rows, from the names blocks of the loaded libraries. A row is looked up only if

@@ -12,6 +12,20 @@ int CComposanteStandard::RVB(int nRouge, int nVert, int nBleu) {
                             static_cast<unsigned>(nBleu) * 65536u);
 }
 
+// Three hexadecimal components: each read as HexaVersEntier reads it, its low bits kept.
+int CComposanteStandard::RVB(const wchar_t* pszRouge, const wchar_t* pszVert, const wchar_t* pszBleu) {
+    int anComposantes[3] = {0, 0, 0};
+    const wchar_t* apsz[3] = {pszRouge, pszVert, pszBleu};
+    for (int i = 0; i < 3; ++i) {
+        const CAny clValeur = HexaVersEntier(apsz[i]);
+        if (pclGetError()->eGetErrorLevel() != CXError::EL_NOERROR) return 0;
+        unsigned long u = 0;
+        clValeur.nGetBitField_64(u);
+        anComposantes[i] = static_cast<int>(u);
+    }
+    return RVB(anComposantes[0], anComposantes[1], anComposantes[2]);
+}
+
 int CComposanteStandard::RVBRouge(int nCouleur) { return nCouleur & 0xff; }
 
 int CComposanteStandard::RVBVert(int nCouleur) { return (nCouleur >> 8) & 0xff; }

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "component/interfaces/date_view.h"
 #include "component/interfaces/machine.h"
 #include "component/interfaces/type_codes.h"
 #include "host/allocator.h"
@@ -313,6 +314,14 @@ TEST(MachineResults, ReadsEveryPushedTypeCode) {
     void* pTexte = clAlloc.pvNewWideText(kFrench);
     void* pOctets = clAlloc.pvNewBytes(std::string("a\0b", 3), true);
     void* pVide = nullptr;
+    const STDateTimeView stDateHeure{2024u << 16 | 3u << 8 | 31u, ((2 * 60 + 30) * 60 + 59) * 1000 + 7};
+    const STDureeView stDuree{-93784005};
+    auto clDate = [](EValueKind e, const wchar_t* psz) {
+        CValue cl;
+        cl.eKind = e;
+        cl.sText = psz;
+        return cl;
+    };
     const std::vector<STPushCase> tabCases = {
         {__LINE__, ovtype::BOOL, &nVrai, CValue::Bool(true), false},
         {__LINE__, ovtype::INT, &nEntier, CValue::Int(-7), false},
@@ -326,7 +335,9 @@ TEST(MachineResults, ReadsEveryPushedTypeCode) {
         {__LINE__, ovtype::SYS_STRING, &pTexte, CValue::Text(kFrench), false},
         {__LINE__, ovtype::FREE_STRING, &pVide, CValue::Text(L""), false},
         {__LINE__, ovtype::BUFFER, &pOctets, CValue::Buffer(std::string("a\0b", 3)), false},
-        {__LINE__, ovtype::DATETIME, &n64, CValue::Null(), true},
+        {__LINE__, ovtype::DATETIME, &stDateHeure, clDate(EValueKind::DateTime, L"20240331023059007"), false},
+        {__LINE__, ovtype::DURATION, &stDuree, clDate(EValueKind::Duration, L"-93784005"), false},
+        {__LINE__, ovtype::OBJECT, &n64, CValue::Null(), true},
         {__LINE__, ovtype::INT, nullptr, CValue::Null(), true},
     };
     for (const STPushCase& stCase : tabCases) {
@@ -346,7 +357,7 @@ TEST(MachineResults, ReadsEveryPushedTypeCode) {
 
 TEST(MachineResults, SetRetourFindsItsCallByFrameWord) {
     CVirtualMachine clVM;
-    EXPECT_EQ(clVM.nModeChaine(), 1);
+    EXPECT_EQ(clVM.nModeChaine(), 0) << "Unicode mode: free text results go out wide";
     STCallContext stExterne, stInterne;
     stExterne.dwFrame = 0x00010002;
     stInterne.dwFrame = 0x00020000;

@@ -1,13 +1,16 @@
 // The system information functions through the stand-in machine: the built library loaded as the
 // machine loads it, each function called by name with the machine's argument vectors and results.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "host/machine.h"
+#include "host/vm.h"
 
 namespace ovhost {
 namespace {
@@ -20,7 +23,10 @@ protected:
         std::string sError;
         ASSERT_TRUE(m_cl.bLoad(CStandInMachine::s_sDefaultLibraryPath(), &sError)) << sError;
     }
-    void TearDown() override { unsetenv("OV_E2E_\xC3\x89T\xC3\x89"); }
+    void TearDown() override {
+        unsetenv("OV_E2E_\xC3\x89T\xC3\x89");
+        unsetenv("OV_E2E_NO\xC3\x8BL");
+    }
 
     STCallOutcome stCall(const char* pszName, std::vector<CValue> tab) {
         STCallOutcome st;
@@ -44,6 +50,78 @@ TEST_F(SystemEndToEnd, TheEnvironmentCrossesInUtf8BothWays) {
     const std::wstring sTout = sText("SysEnvironnement", {});
     EXPECT_NE(sTout.find(L"\r\nOV_E2E_ÉTÉ=" + kFrancais + L"\r\n"), std::wstring::npos);
     EXPECT_EQ(sText("SysEnvironnement", {CValue::Text(L"")}), sTout) << "the empty name lists it all";
+}
+
+TEST_F(SystemEndToEnd, AnyValueTheVariantTakesSetsTheEnvironmentAndNoBlockStays) {
+    CStrMemAllocator& clAlloc = CMachineServices::s_Instance().clAllocator();
+    CValue clMonnaie;
+    clMonnaie.eKind = EValueKind::Money;
+    clMonnaie.sText = L"-12.5";
+    struct {
+        int nLine;
+        CValue clValeur;
+        std::wstring sAttendu;
+    } const tabCases[] = {
+        {__LINE__, CValue::Text(L"Noël \U0001F600"), L"Noël \U0001F600"},
+        {__LINE__, CValue::Ansi("No\xC3\xABl"), L"Noël"},
+        {__LINE__, CValue::Int(42), L"42"},
+        {__LINE__, CValue::Real(2.5), L"2.5"},
+        {__LINE__, clMonnaie, L"-12.5"},
+    };
+    const int64_t nAvant = clAlloc.nLiveBlocks();
+    for (const auto& stCase : tabCases) {
+        const STCallOutcome st = stCall("SysChangeEnvironnement", {CValue::Text(L"OV_E2E_NOËL"), stCase.clValeur});
+        EXPECT_FALSE(st.bError) << "line " << stCase.nLine;
+        EXPECT_EQ(st.clResult.nInteger, 1) << "line " << stCase.nLine;
+        EXPECT_EQ(sText("SysEnvironnement", {CValue::Text(L"OV_E2E_NOËL")}), stCase.sAttendu) << "line " << stCase.nLine;
+    }
+    // A value with no text form: refused, the variable left as it was, the variant still released.
+    const STCallOutcome st = stCall("SysChangeEnvironnement", {CValue::Text(L"OV_E2E_NOËL"), CValue::Buffer("\x01")});
+    EXPECT_EQ(st.clResult.nInteger, 0);
+    EXPECT_EQ(st.stError.nCode, 80151);
+    EXPECT_EQ(sText("SysEnvironnement", {CValue::Text(L"OV_E2E_NOËL")}), L"-12.5");
+    EXPECT_EQ(clAlloc.nLiveBlocks(), nAvant);
+    EXPECT_EQ(clAlloc.nRejectedFrees(), 0);
+}
+
+// ovrun stands beside the library it loads by default.
+std::string sOvrunPath() {
+    const std::string sLibrary = CStandInMachine::s_sDefaultLibraryPath();
+    const size_t nSlash = sLibrary.rfind('/');
+    return (nSlash == std::string::npos ? std::string(".") : sLibrary.substr(0, nSlash)) + "/ovrun";
+}
+
+std::string sRun(const std::string& sArguments, int* pnStatus) {
+    const std::string sCommand = "'" + sOvrunPath() + "' " + sArguments + " 2>&1";
+    FILE* pf = popen(sCommand.c_str(), "r");
+    if (pf == nullptr) return "popen failed";
+    std::string sOut;
+    char sz[256];
+    while (fgets(sz, sizeof sz, pf) != nullptr) sOut += sz;
+    *pnStatus = pclose(pf);
+    return sOut;
+}
+
+TEST(SystemCommandLine, AVariantArgumentSetsWhatTheNextCallReads) {
+    int nStatus = -1;
+    const std::string sOut = sRun("-e 'SysChangeEnvironnement(\"NAME\", \"No\xC3\xABl \xF0\x9F\x98\x80\")' "
+                                  "-e 'SysEnvironnement(\"NAME\")'", &nStatus);
+    EXPECT_EQ(WEXITSTATUS(nStatus), 0) << sOut;
+    EXPECT_EQ(sOut, "Vrai\nNo\xC3\xABl \xF0\x9F\x98\x80\n");
+}
+
+TEST(SystemCommandLine, StringModeIsAWholeNumber) {
+    int nStatus = -1;
+    for (const char* pszMode : {"0", "1", "2", "-7"}) {
+        const std::string sOut = sRun(std::string("--mode-chaine ") + pszMode + " -e 'EstPair(4)'", &nStatus);
+        EXPECT_EQ(WEXITSTATUS(nStatus), 0) << pszMode << ": " << sOut;
+        EXPECT_EQ(sOut, "Vrai\n") << pszMode;
+    }
+    for (const char* pszMode : {"un", "1.5", "", "99999999999"}) {
+        const std::string sOut = sRun(std::string("--mode-chaine '") + pszMode + "' -e 'EstPair(4)'", &nStatus);
+        EXPECT_EQ(WEXITSTATUS(nStatus), 2) << pszMode;
+        EXPECT_NE(sOut.find("--mode-chaine needs an integer"), std::string::npos) << sOut;
+    }
 }
 
 TEST_F(SystemEndToEnd, MemorySizesAndTheErrorOfAnUnknownKind) {

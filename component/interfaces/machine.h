@@ -57,7 +57,9 @@ public:
     virtual void EmetAvertissementPerformance(_CXErrorModule8* pclAvertissement) = 0;
     virtual int bEmpileTableauAppel(IZKTableau* piTableau, CXError* pclErreur) = 0;
     virtual int bAuditPerformanceActif() = 0;
-    virtual int nModeChaine() = 0;  // 1: text functions answer in 16-bit units rather than 8-bit
+    // The string mode: 1 or 2, text functions whose result form is theirs to choose answer 8-bit
+    // text (0x13); any other value (0 in Unicode mode), wide text (0x10).
+    virtual int nModeChaine() = 0;
     virtual int bEmpileChaineAppel(const wchar_t* pszValeur, CXError* pclErreur) = 0;
     virtual int bEmpileChaineCouranteAppel(const wchar_t* pszValeur, CXError* pclErreur) = 0;
     virtual void* pxCreeStructureRetour(unsigned int dwFrame, int nNbMembre) = 0;
@@ -126,11 +128,32 @@ protected:
     ~IInformationComposante() = default;
 };
 
+// Time settings of a language. The texts belong to the machine and live as long as the language
+// information; a null or empty text means the setting is not given.
+struct STParametreHeure {
+    const wchar_t* pszAM;
+    const wchar_t* pszPM;
+    const wchar_t* pszMasqueHeure;  // in mask letters ("HH:mm:SS")
+};
+
+// Date settings of a language: its mask, then the ";"-separated names of the seven weekdays
+// (Monday first) and of the twelve months.
+struct STParametreDate {
+    const wchar_t* pszMasqueDate;  // in mask letters ("JJ/MM/AAAA")
+    const wchar_t* pszJours;
+    const wchar_t* pszMois;
+};
+
 // Language information for date and number texts. Only the leading slots are named here; the
 // families that read more of it add them in order.
 class IInfoLangue : public IStdVersion {
 public:
     virtual int bEcritDeDroiteAGauche() = 0;
+    virtual const STParametreHeure* pstGetParametreHeure() = 0;
+    virtual const STParametreDate* pstGetParametreDate() = 0;
+    // Non-zero when the language takes the system's settings rather than its own records.
+    virtual int bParametreHeureSysteme() = 0;
+    virtual int bParametreDateSysteme() = 0;
 
 protected:
     ~IInfoLangue() = default;
