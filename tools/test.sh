@@ -4,6 +4,8 @@
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 "$root/tools/bootstrap.sh"
+# Paths relative to the tree, so that ccache serves a fresh clone from earlier builds.
+export CCACHE_BASEDIR="$root"
 jobs=$(nproc)
 
 cmake -S "$root" -B "$root/build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
