@@ -5,6 +5,7 @@
 #include <new>
 
 #include "component/execution.h"
+#include "component/interfaces/calendar.h"
 #include "files/file_handles.h"
 
 int CComposanteStandard::m_snStaticCountInit = 0;
@@ -42,7 +43,14 @@ void CZKINTArray::Vide() {
 
 CComposanteStandard::CComposanteStandard() = default;
 
-CComposanteStandard::~CComposanteStandard() { _LibereVariablesService(); }
+CComposanteStandard::~CComposanteStandard() {
+    _LibereVariablesService();
+    _LibereCalendrier();
+}
+
+void CComposanteStandard::_LibereCalendrier() {
+    if (ICalendar* pi = m_piCalendrier.exchange(nullptr)) pi->Release();
+}
 
 void* CComposanteStandard::pQueryProxy(int nNumero) {
     // 1: the memory-list view for siblings, 2: the parameter store; both arrive with their
@@ -83,11 +91,11 @@ int CComposanteStandard::bFinInit() {
 }
 
 void CComposanteStandard::TermCompo() {
+    _LibereCalendrier();  // it may have been asked for even when the start failed
     if (!m_bResultatInit) return;
     _DIVERS_FinModule();
     if (--m_snStaticCountInit < 1) _FIC_FinModule();
     m_pclPersistance = nullptr;
-    m_piCalendrier = nullptr;
     m_bResultatInit = 0;
 }
 

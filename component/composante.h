@@ -2,12 +2,14 @@
 // declarations come from the catalogue, the definitions live with the family they serve.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "component/library.h"
 #include "component/thunk_types.h"
 
 class CPersistance;
+class ICalendar;
 struct _stCTXFIC;
 
 // The int arrays behind variables 0x33 and 0x34: grown by touching an element.
@@ -42,6 +44,10 @@ public:
     void EcritVariable(int nIndex, int nValeur) override;
     void vDumpMemoireInstance(IDumpMemoire* piDump) override;
 
+    // The machine's calendar service, asked for at the first use and kept (one counted reference)
+    // until the end of this object's life; null, with the error set, when the machine has none.
+    ICalendar* piGetICalendar(CXError* pclErreur);
+
     // Shared by every instance of the process.
     static int m_snStaticCountInit;
     static bool m_sbStaticInit;
@@ -61,7 +67,8 @@ private:
     void* m_pclTauxDeChange = nullptr;
     void* m_piDevise = nullptr;
     int m_bResultatInit = 0;
-    void* m_piCalendrier = nullptr;
+    std::atomic<ICalendar*> m_piCalendrier{nullptr};
+    void _LibereCalendrier();
     CPersistance* m_pclPersistance = nullptr;
     // Language variables with storage. A text variable is one counted-block pointer, null for
     // the empty text, as the machine reads it.

@@ -179,31 +179,10 @@ CXYString<wchar_t> CComposanteStandard::UTCVersLocale(CDateTime clValeur) {
 
 namespace {
 
-// The calendar service, asked for once per process and kept for its life: one counted reference.
-std::atomic<ICalendar*> gpiCalendrier{nullptr};
-
-ICalendar* piGetICalendar(CComposanteStandard* pcl) {
-    if (ICalendar* pi = gpiCalendrier.load()) return pi;
-    ILibShop* piLibShop = CInformationDLL::ms_piLibShop;
-    if (piLibShop == nullptr) return nullptr;
-    auto* piLibrairie =
-        static_cast<ICalendarLibrary*>(piLibShop->piGetComposant(CALENDRIER_LIBRAIRIE, pcl->pclGetError()));
-    if (piLibrairie == nullptr) return nullptr;
-    ICalendar* piCalendrier = piLibrairie->piGetCalendar(CALENDRIER_INTERFACE, CALENDRIER_NOM);
-    piLibrairie->Release();
-    if (piCalendrier == nullptr) return nullptr;
-    ICalendar* piAttendu = nullptr;
-    if (!gpiCalendrier.compare_exchange_strong(piAttendu, piCalendrier)) {
-        piCalendrier->Release();  // another thread got there first
-        return piAttendu;
-    }
-    return piCalendrier;
-}
-
 // Set zone, set date-time, set zone, get date-time: the calendar converts on the way.
 bool _bDateHeureFuseauVersFuseau(CComposanteStandard* pcl, const wchar_t* pszDe, const CDateTime& clValeur,
                                  const wchar_t* pszVers, CDateTime* pclSortie) {
-    ICalendar* piCalendrier = piGetICalendar(pcl);
+    ICalendar* piCalendrier = pcl->piGetICalendar(pcl->pclGetError());
     if (piCalendrier == nullptr) {
         pcl->RaiseError(&gstMyModuleInfo8, 80003, CALENDRIER_NOM);
         return false;
@@ -252,4 +231,21 @@ CXYString<wchar_t> CComposanteStandard::DateHeureFuseauVersLocale(CDateTime clVa
     CXYString<wchar_t> cl;
     if (_bDateHeureFuseauVersFuseau(this, pszZone, clValeur, nullptr, &clSortie)) clSortie.nVersChaine(&cl);
     return cl;
+}
+
+ICalendar* CComposanteStandard::piGetICalendar(CXError* pclErreur) {
+    if (ICalendar* pi = m_piCalendrier.load()) return pi;
+    ILibShop* piLibShop = CInformationDLL::ms_piLibShop;
+    if (piLibShop == nullptr) return nullptr;
+    auto* piLibrairie = static_cast<ICalendarLibrary*>(piLibShop->piGetComposant(CALENDRIER_LIBRAIRIE, pclErreur));
+    if (piLibrairie == nullptr) return nullptr;
+    ICalendar* piCalendrier = piLibrairie->piGetCalendar(CALENDRIER_INTERFACE, CALENDRIER_NOM);
+    piLibrairie->Release();
+    if (piCalendrier == nullptr) return nullptr;
+    ICalendar* piAttendu = nullptr;
+    if (!m_piCalendrier.compare_exchange_strong(piAttendu, piCalendrier)) {
+        piCalendrier->Release();  // another thread got there first
+        return piAttendu;
+    }
+    return piCalendrier;
 }

@@ -283,3 +283,44 @@ TEST(Zones, LocalAndUniversalAcrossTheChangeOfOctober) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(MaskFunctions, TimesThroughATextualMask) {
+    struct {
+        int nLine;
+        const wchar_t* pszHeure;
+        const wchar_t* pszMasque;
+        const wchar_t* pszAttendu;
+    } const tabCases[] = {
+        {__LINE__, L"14300512", nullptr, L"14:30:05:12"},
+        {__LINE__, L"1430", L"HH:MM", L"14:30"},
+        {__LINE__, L"09050000", L"H:MM", L"9:05"},
+        {__LINE__, L"14300512", L"HH:MM:SS:CC AP", L"02:30:05:12 PM"},
+        {__LINE__, L"12000000", L"HH AP", L"12 PM"},
+        {__LINE__, L"00000000", L"hh ap", L"12 AM"},
+        {__LINE__, L"23595999", L"HHhMM", L"23h59"},
+    };
+    CComposanteStandard cl;
+    for (const auto& st : tabCases)
+        EXPECT_EQ(s(cl.HeureVersChaine(st.pszHeure, st.pszMasque)), st.pszAttendu) << "line " << st.nLine;
+    EXPECT_EQ(s(cl.HeureVersChaine(L"2500", L"HH:MM")), L"<null>");
+    EXPECT_EQ(nErreur(cl), 80131);
+}
+
+TEST(MaskFunctions, DatesBothWaysWithoutALanguage) {
+    CComposanteStandard cl;
+    EXPECT_EQ(s(cl.DateVersChaine(L"20240315")), L"15/03/2024");
+    EXPECT_EQ(s(cl.DateVersChaine(L"202403151430051")), L"15/03/2024 14:30:05:10");
+    EXPECT_EQ(s(cl.DateVersChaine(L"20240315143005123")), L"15/03/2024 14:30:05:12") << "hundredths first";
+    EXPECT_EQ(s(cl.DateVersChaine(L"20240315____", L"JJ/MM/AAAA")), L"15/03/2024");
+    EXPECT_EQ(s(cl.DateVersChaine(L"2024-03-15", L"JJ/MM/AAAA")), L"<null>");
+    EXPECT_EQ(s(cl.ChaineVersDate(L"15/03/2024", L"jj/mm/aaaa")), L"20240315") << "lower-case mask";
+    EXPECT_EQ(s(cl.ChaineVersDate(L"15/03/24", L"JJ/MM/AA")), L"20240315") << "two-digit year pivot";
+    EXPECT_EQ(s(cl.ChaineVersDate(L"15/03/2024 14:30", L"JJ/MM/AAAA HH:mm")), L"20240315143000000");
+    EXPECT_EQ(s(cl.ChaineVersDate(L"", L"JJ/MM/AAAA")), L"<null>");
+    EXPECT_EQ(s(cl.ChaineVersHeure(L"14:30:05:12")), L"14300512");
+    EXPECT_EQ(s(cl.ChaineVersHeure(L"", nullptr)), L"<null>");
+}
+
+}  // namespace

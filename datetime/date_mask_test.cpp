@@ -452,4 +452,51 @@ TEST(DateMask, FactoriesBuildDateAndTimeMasks) {
     EXPECT_STREQ(clAmelio.pszGetMasqueDateSelonSaisie(0), L"JJ/MM/AAAA HH:mm:SS");
 }
 
+// A mask is read once into zones, and recent masks are remembered per thread: none of that may
+// change what a mask means.
+TEST(DateMask, LongMasksReadLikeShortOnes) {
+    // Past the characters and zones a mask keeps inside itself.
+    const wchar_t* pszLong = L"Jjjj JJ Mmmm AAAA \u00e0 HH:mm:SS,CCC \u2014 \u00e9t\u00e9 \U0001F600 fin";
+    const wchar_t* pszAffiche = L"Vendredi 15 Mars 2024 \u00e0 14:05:09,123 \u2014 \u00e9t\u00e9 \U0001F600 fin";
+    EXPECT_EQ(Affiche(pszLong, L"20240315140509123", 0, true, DH), pszAffiche);
+    EXPECT_EQ(Lit(pszLong, pszAffiche, 0, true, DH), L"20240315140509123");
+}
+
+TEST(DateMask, RememberedZonesFollowTheKindOfMask) {
+    // The same text read as a date mask, then as a time mask: month, then minutes.
+    EXPECT_EQ(Affiche(L"MM", L"20240315"), L"03");
+    EXPECT_EQ(Affiche(L"MM", L"140509", 0, false), L"05");
+    EXPECT_EQ(Affiche(L"MM", L"20240315"), L"03");
+    // The switch of the improved mask decides whether a date mask reads hours.
+    CTString clSortie;
+    CMasqueDateHeureAmelio clAvecHeure(L"JJ/MM/AAAA HH:mm", true, DH, true);
+    clAvecHeure.bFormateEx(L"20240315140509123", &clSortie, 0);
+    EXPECT_STREQ(clSortie.pszGet(), L"15/03/2024 14:05");
+    CMasqueDateHeureAmelio clSansHeure(L"JJ/MM/AAAA HH:mm", true, DH, false);
+    clSansHeure.bFormateEx(L"20240315140509123", &clSortie, 0);
+    EXPECT_STREQ(clSortie.pszGet(), L"15/03/2024 HH:mm");
+}
+
+TEST(DateMask, ManyMasksInTurnKeepTheirMeaning) {
+    struct {
+        int nLigne;
+        const wchar_t* pszMasque;
+        const wchar_t* pszAttendu;
+    } tab[] = {
+        {__LINE__, L"JJ/MM/AAAA", L"15/03/2024"}, {__LINE__, L"J/M/AA", L"15/3/24"},
+        {__LINE__, L"AAAA-MM-JJ", L"2024-03-15"}, {__LINE__, L"Jjj JJ", L"Ven 15"},
+        {__LINE__, L"MM/JJ/AAAA", L"03/15/2024"}, {__LINE__, L"JJ.MM.AA", L"15.03.24"},
+    };
+    // More masks than are remembered, twice over, so that entries are replaced.
+    for (int nTour = 0; nTour < 3; ++nTour)
+        for (const auto& t : tab) EXPECT_EQ(Affiche(t.pszMasque, L"20240315"), t.pszAttendu) << "line " << t.nLigne;
+}
+
+TEST(DateMask, AnyInternalFormIsReadThroughItsZones) {
+    // Not one of the usual internal forms: read like any mask.
+    EXPECT_EQ(Affiche(L"JJ/MM/AAAA", L"20240315", 0, true, L"JJMMAAAA"), L"20/24/0315");
+    EXPECT_EQ(Lit(L"JJ/MM/AAAA", L"15/03/2024", 0, true, L"JJMMAAAA"), L"15032024");
+    EXPECT_EQ(Lit(L"JJ/MM/AAAA", L"15/03/2024", 0, true, DH), L"20240315000000000");
+}
+
 }  // namespace

@@ -2,6 +2,7 @@
 # the machine's Execution entry in it by name.
 add_library(ovmachine SHARED
   ${CMAKE_CURRENT_LIST_DIR}/allocator.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/calendar.cpp
   ${CMAKE_CURRENT_LIST_DIR}/conversion.cpp
   ${CMAKE_CURRENT_LIST_DIR}/machine.cpp
   ${CMAKE_CURRENT_LIST_DIR}/table_reader.cpp
@@ -13,7 +14,7 @@ target_link_libraries(ovmachine PUBLIC dl)
 
 ov_add_tests(host_machine_test
   SOURCES ${CMAKE_CURRENT_LIST_DIR}/table_reader_test.cpp ${CMAKE_CURRENT_LIST_DIR}/machine_test.cpp
-          ${CMAKE_CURRENT_LIST_DIR}/utf8_test.cpp
+          ${CMAKE_CURRENT_LIST_DIR}/utf8_test.cpp ${CMAKE_CURRENT_LIST_DIR}/calendar_test.cpp
   LIBS ovmachine)
 # A component that stops right after the binding of the conversions, for the load's own steps.
 add_library(ov_fake_component MODULE ${CMAKE_CURRENT_LIST_DIR}/fake_component.cpp)

@@ -249,8 +249,8 @@ bool bAsMoney(const CValue& v, STMoneyView* pst, int* pnCost) {
     }
 }
 
-// The value as a date-time, from its exact text: 0 a date-time, 1 a date or a time (a time alone
-// is taken on 1 January 1800... no: a time alone has no date and is refused), 3 a text that reads.
+// The value as a date-time, from its exact text: 0 a date-time, 1 a date (at midnight), 3 a text
+// that reads as one. A time alone has no date and is refused.
 bool bAsDateTime(const CValue& v, STDateTimeView* pst, int* pnCost) {
     switch (v.eKind) {
         case EValueKind::DateTime: *pnCost = 0; return bDateTimeViewFromText(v.sText, pst);

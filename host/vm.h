@@ -15,6 +15,7 @@
 #include "component/interfaces/machine.h"
 #include "component/interfaces/money_view.h"
 #include "host/allocator.h"
+#include "host/calendar.h"
 #include "host/conversion.h"  // money text, which results and arguments share
 #include "host/table_reader.h"
 #include "host/value.h"
@@ -108,16 +109,19 @@ public:
     void* pReserve9() override { return nullptr; }
     void* pReserve10() override { return nullptr; }
     void* pReserve11() override { return nullptr; }
-    // The one sibling the component asks for at start: the currency library, 61. Its interface
-    // is an opaque object here; no slot of it is called yet.
+    // The siblings the component asks for: the currency library, 61, an opaque object here whose
+    // slots are not called yet; and the calendar service library, 76.
     void* piGetComposant(int nNumero, CXError* /*pclErreur*/) override {
-        return nNumero == 61 ? static_cast<void*>(&m_stDevise) : nullptr;
+        if (nNumero == 61) return static_cast<void*>(&m_stDevise);
+        if (nNumero == CALENDRIER_LIBRAIRIE) return static_cast<ICalendarLibrary*>(&m_clCalendrier);
+        return nullptr;
     }
 
 private:
     struct STSiblingDevise {
         int nReserve = 0;
     } m_stDevise;
+    CCalendarLibrary m_clCalendrier;
 };
 
 // The machine's language: French (the default) or English, each with its own date and time
