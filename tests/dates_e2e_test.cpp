@@ -9,6 +9,7 @@
 
 #include "host/calendar.h"
 #include "host/machine.h"
+#include "tests/machine_fixture.h"
 #include "host/vm.h"
 
 namespace ovhost {
@@ -26,27 +27,15 @@ CValue clDateHeure(const wchar_t* psz) {
     return cl;
 }
 
-class DatesEndToEnd : public ::testing::Test {
+class DatesEndToEnd : public MachineEndToEnd {
 protected:
-    void SetUp() override {
-        std::string sError;
-        ASSERT_TRUE(m_cl.bLoad(CStandInMachine::s_sDefaultLibraryPath(), &sError)) << sError;
-    }
     void TearDown() override { CMachineServices::s_Instance().clInfoLangue().SetLangue(CInfoLangue::LANGUE_FRANCAIS); }
-
-    STCallOutcome stCall(const char* pszName, std::vector<CValue> tab) {
-        STCallOutcome st;
-        std::string sError;
-        EXPECT_TRUE(m_cl.bCall(pszName, tab, &st, &sError)) << pszName << ": " << sError;
-        return st;
-    }
     std::wstring sText(const char* pszName, std::vector<CValue> tab) {
         const STCallOutcome st = stCall(pszName, std::move(tab));
         EXPECT_FALSE(st.bError) << pszName << ": " << std::string(st.stError.sMessage.begin(), st.stError.sMessage.end());
         return st.clResult.sText;
     }
 
-    CStandInMachine m_cl;
 };
 
 TEST_F(DatesEndToEnd, CalendarFunctionsOnTexts) {

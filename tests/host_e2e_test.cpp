@@ -16,6 +16,7 @@
 #include "component/interfaces/type_codes.h"
 #include "host/allocator.h"
 #include "host/machine.h"
+#include "tests/machine_fixture.h"
 #include "host/vm.h"
 
 namespace ovhost {
@@ -37,29 +38,7 @@ intptr_t nInfoComposante(unsigned int nSelecteur) {
     return n;
 }
 
-class HostEndToEnd : public ::testing::Test {
-protected:
-    void SetUp() override {
-        std::string sError;
-        ASSERT_TRUE(m_cl.bLoad(sLibraryPath(), &sError)) << sError;
-    }
-
-    STCallOutcome stCall(const char* pszName, std::vector<CValue> tab) {
-        STCallOutcome st;
-        std::string sError;
-        EXPECT_TRUE(m_cl.bCall(pszName, tab, &st, &sError)) << pszName << ": " << sError;
-        return st;
-    }
-
-    std::string sRefused(const char* pszName, std::vector<CValue> tab) {
-        STCallOutcome st;
-        std::string sError;
-        EXPECT_FALSE(m_cl.bCall(pszName, tab, &st, &sError)) << pszName;
-        return sError;
-    }
-
-    CStandInMachine m_cl;
-};
+class HostEndToEnd : public MachineEndToEnd {};
 
 TEST_F(HostEndToEnd, ReadsEveryTableToTheCountsTheLibraryAnnounces) {
     EXPECT_EQ(static_cast<intptr_t>(m_cl.tabFunctions().size()), nInfoComposante(INFO_FUNCTION_COUNT));

@@ -6,24 +6,12 @@
 #include <vector>
 
 #include "host/machine.h"
+#include "tests/machine_fixture.h"
 
 namespace ovhost {
 namespace {
 
-class NumbersEndToEnd : public ::testing::Test {
-protected:
-    void SetUp() override {
-        std::string sError;
-        ASSERT_TRUE(m_cl.bLoad(CStandInMachine::s_sDefaultLibraryPath(), &sError)) << sError;
-    }
-    STCallOutcome stCall(const char* pszName, std::vector<CValue> tab) {
-        STCallOutcome st;
-        std::string sError;
-        EXPECT_TRUE(m_cl.bCall(pszName, tab, &st, &sError)) << pszName << ": " << sError;
-        return st;
-    }
-    CStandInMachine m_cl;
-};
+class NumbersEndToEnd : public MachineEndToEnd {};
 
 TEST_F(NumbersEndToEnd, BuffersAndHexadecimalTextRoundTripWithDefaults) {
     const std::string sOctets("A\xe9\0\xff~", 5);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/machine.h"
+#include "tests/machine_fixture.h"
 #include "host/vm.h"
 
 namespace ovhost {
@@ -17,22 +18,11 @@ namespace {
 
 const std::wstring kFrancais = L"Déjà été, où ça ? \U0001F600";
 
-class SystemEndToEnd : public ::testing::Test {
+class SystemEndToEnd : public MachineEndToEnd {
 protected:
-    void SetUp() override {
-        std::string sError;
-        ASSERT_TRUE(m_cl.bLoad(CStandInMachine::s_sDefaultLibraryPath(), &sError)) << sError;
-    }
     void TearDown() override {
         unsetenv("OV_E2E_\xC3\x89T\xC3\x89");
         unsetenv("OV_E2E_NO\xC3\x8BL");
-    }
-
-    STCallOutcome stCall(const char* pszName, std::vector<CValue> tab) {
-        STCallOutcome st;
-        std::string sError;
-        EXPECT_TRUE(m_cl.bCall(pszName, tab, &st, &sError)) << pszName << ": " << sError;
-        return st;
     }
     std::wstring sText(const char* pszName, std::vector<CValue> tab) {
         const STCallOutcome st = stCall(pszName, std::move(tab));
@@ -40,7 +30,6 @@ protected:
         return st.clResult.sText;
     }
 
-    CStandInMachine m_cl;
 };
 
 TEST_F(SystemEndToEnd, TheEnvironmentCrossesInUtf8BothWays) {

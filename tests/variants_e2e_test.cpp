@@ -12,6 +12,7 @@
 
 #include "host/conversion.h"
 #include "host/machine.h"
+#include "tests/machine_fixture.h"
 #include "host/vm.h"
 
 namespace ovhost {
@@ -24,22 +25,7 @@ CValue Money(const wchar_t* psz) {
     return v;
 }
 
-class VariantsEndToEnd : public ::testing::Test {
-protected:
-    void SetUp() override {
-        std::string sError;
-        ASSERT_TRUE(m_cl.bLoad(CStandInMachine::s_sDefaultLibraryPath(), &sError)) << sError;
-    }
-
-    STCallOutcome stCall(const char* pszName, std::vector<CValue> tab) {
-        STCallOutcome st;
-        std::string sError;
-        EXPECT_TRUE(m_cl.bCall(pszName, tab, &st, &sError)) << pszName << ": " << sError;
-        return st;
-    }
-
-    CStandInMachine m_cl;
-};
+class VariantsEndToEnd : public MachineEndToEnd {};
 
 TEST_F(VariantsEndToEnd, RealOverloadTakesIntegersRealsTextsAndMoney) {
     struct {
