@@ -1,6 +1,6 @@
 // A small bounded fuzzer for the decoders of outside input. Each target defines
-// LLVMFuzzerTestOneInput, so the same target also builds under libFuzzer where clang is at hand
-// (tools/fuzz.sh). This driver needs no special compiler: it mutates a seed corpus at random
+// LLVMFuzzerTestOneInput, so the same target also builds under libFuzzer where clang is at hand.
+// This driver needs no special compiler: it mutates a seed corpus at random
 // for a fixed time, under the sanitizers of the build, and stops by itself.
 //
 //   <target> [seconds] [seed files...]
