@@ -1,7 +1,9 @@
 // Message resources: block index, decoding, provider, load and format functions.
 #include "base/resources.h"
 
+#include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
@@ -144,6 +146,121 @@ bool bDecodeRessource(const STRessourceModule& stRessource, CTString* pclTexte) 
     return true;
 }
 
+namespace {
+
+// Texts already decoded. Unpacking and decoding a record costs far more than formatting it, and a
+// failing call raises the same few messages again and again. A slot, once published, never
+// changes and lives until the library goes: readers on any thread use it without a lock. A slot
+// holds a copy of the packed bytes it was made from and is used only when the record found has
+// the same address, length, format and bytes, so a block rebuilt at the same address is never
+// answered with an old text. A slot taken by another record leaves the newcomer uncached.
+struct STTexteDecode {
+    const uint8_t* pbyDonnees;
+    uint32_t dwLongueur;
+    uint32_t dwFormat;
+    int nCaracteres;
+    wchar_t* pszTexte;  // inside the same allocation, after the packed bytes
+    uint8_t abyPaquet[1];
+};
+
+class CCacheTextes {
+public:
+    static constexpr unsigned int NB_CASES = 256;
+
+    ~CCacheTextes() {
+        for (auto& a : m_tabCases) free(a.exchange(nullptr, std::memory_order_acquire));
+    }
+
+    // The decoded text of the record, from a slot or decoded now into a free slot; null when it
+    // does not decode, is empty, or its slot holds another record.
+    const STTexteDecode* pstCherche(const STRessourceModule& stRessource) noexcept {
+        std::atomic<STTexteDecode*>& a = m_tabCases[nCase(stRessource)];
+        const STTexteDecode* pst = a.load(std::memory_order_acquire);
+        if (pst != nullptr && bMemeRecord(*pst, stRessource)) return pst;
+        if (pst != nullptr) return nullptr;  // taken by another record
+        STTexteDecode* pstNouveau = pstDecode(stRessource);
+        if (pstNouveau == nullptr) return nullptr;
+        STTexteDecode* pstAttendu = nullptr;
+        if (a.compare_exchange_strong(pstAttendu, pstNouveau, std::memory_order_acq_rel)) return pstNouveau;
+        free(pstNouveau);  // another thread published first
+        return bMemeRecord(*pstAttendu, stRessource) ? pstAttendu : nullptr;
+    }
+
+private:
+    static unsigned int nCase(const STRessourceModule& stRessource) noexcept {
+        const auto n = reinterpret_cast<uintptr_t>(stRessource.pbyDonnees);
+        return static_cast<unsigned int>((n >> 3) ^ (n >> 11) ^ stRessource.nIdRessource) % NB_CASES;
+    }
+
+    static bool bMemeRecord(const STTexteDecode& st, const STRessourceModule& stRessource) noexcept {
+        return st.pbyDonnees == stRessource.pbyDonnees && st.dwLongueur == stRessource.dwLongueur &&
+               st.dwFormat == stRessource.dwFormat &&
+               (st.dwLongueur == 0 || memcmp(st.abyPaquet, stRessource.pbyDonnees, st.dwLongueur) == 0);
+    }
+
+    static STTexteDecode* pstDecode(const STRessourceModule& stRessource) noexcept {
+        if (stRessource.dwLongueur > 0xFFFF || (stRessource.pbyDonnees == nullptr && stRessource.dwLongueur != 0))
+            return nullptr;
+        wchar_t* pszTexte = CDataCompressor::s_pszDeCompress(stRessource);
+        if (pszTexte == nullptr) return nullptr;
+        const size_t nCaracteres = wcslen(pszTexte);
+        if (nCaracteres == 0) {  // an empty text keeps the form the plain decoder gives it
+            free(pszTexte);
+            return nullptr;
+        }
+        const size_t nDebutTexte =
+            (offsetof(STTexteDecode, abyPaquet) + stRessource.dwLongueur + alignof(wchar_t) - 1) / alignof(wchar_t) *
+            alignof(wchar_t);
+        auto* pst = static_cast<STTexteDecode*>(malloc(nDebutTexte + (nCaracteres + 1) * sizeof(wchar_t)));
+        if (pst != nullptr) {
+            pst->pbyDonnees = stRessource.pbyDonnees;
+            pst->dwLongueur = stRessource.dwLongueur;
+            pst->dwFormat = stRessource.dwFormat;
+            pst->nCaracteres = static_cast<int>(nCaracteres);
+            if (stRessource.dwLongueur != 0) memcpy(pst->abyPaquet, stRessource.pbyDonnees, stRessource.dwLongueur);
+            pst->pszTexte = reinterpret_cast<wchar_t*>(reinterpret_cast<uint8_t*>(pst) + nDebutTexte);
+            wmemcpy(pst->pszTexte, pszTexte, nCaracteres + 1);
+        }
+        free(pszTexte);
+        return pst;
+    }
+
+    std::atomic<STTexteDecode*> m_tabCases[NB_CASES] = {};
+};
+
+CCacheTextes gclCacheTextes;
+
+// The module's text for an id: from the cache when it can, else decoded.
+bool bTexteDuModule(const _stMyModuleInfo* pstModule, unsigned int nIdRessource, CTString* pclTexte) noexcept {
+    STRessourceModule stRessource;
+    if (!bChercheDansModule(pstModule, nIdRessource, &stRessource)) return false;
+    if (const STTexteDecode* pst = gclCacheTextes.pstCherche(stRessource))
+        return pclTexte->Set(pst->pszTexte, pst->nCaracteres);
+    CTString clTexte;
+    if (!bDecodeRessource(stRessource, &clTexte)) return false;
+    pclTexte->Transfert(clTexte);
+    return true;
+}
+
+// The same for a caller that only reads the text: a kept text is lent, not copied. Anything else
+// lands in *pclStockage, which *ppszTexte then points into. The provider comes first.
+bool bTexteLu(const _stMyModuleInfo* pstModule, unsigned int nIdRessource, CTString* pclStockage,
+              const wchar_t** ppszTexte) noexcept {
+    if (!OVM_bLoadString(nIdRessource, pclStockage)) {
+        STRessourceModule stRessource;
+        if (!bChercheDansModule(pstModule, nIdRessource, &stRessource)) return false;
+        if (const STTexteDecode* pst = gclCacheTextes.pstCherche(stRessource)) {
+            *ppszTexte = pst->pszTexte;
+            return true;
+        }
+        if (!bDecodeRessource(stRessource, pclStockage)) return false;
+    }
+    *ppszTexte = pclStockage->pszGet();
+    return true;
+}
+
+}  // namespace
+
 // The class-wide decoders of the packer live here, beside the UTF decoders they need, so that
 // base/data_compressor.cpp stays free of them for the build tool.
 int CDataCompressor::s_nDeCompress(wchar_t* pszSortie, int* pnLongueur, const STRessourceModule& stRessource) noexcept {
@@ -239,12 +356,7 @@ int OVM_nLoadString(unsigned int nIdRessource, wchar_t* pszBuffer, int nTaille) 
 bool DLLRES_bLoadString(const _stMyModuleInfo* pstModule, unsigned int nIdRessource, CTString* pclTexte) noexcept {
     if (pclTexte == nullptr) return false;
     if (OVM_bLoadString(nIdRessource, pclTexte)) return true;
-    STRessourceModule stRessource;
-    if (!bChercheDansModule(pstModule, nIdRessource, &stRessource)) return false;
-    CTString clTexte;
-    if (!bDecodeRessource(stRessource, &clTexte)) return false;
-    pclTexte->Transfert(clTexte);
-    return true;
+    return bTexteDuModule(pstModule, nIdRessource, pclTexte);
 }
 
 int DLLRES_nLoadString(const _stMyModuleInfo* pstModule, unsigned int nIdRessource, wchar_t* pszBuffer,
@@ -282,10 +394,11 @@ unsigned int DLLRES_dwFormatMessage(const wchar_t* pszFormat, CTString* pclTexte
 
 bool DLLRES_bFormatMessageList(const _stMyModuleInfo* pstModule, unsigned int nIdRessource, CTString* pclTexte,
                                va_list pArguments) noexcept {
-    CTString clFormat;
-    if (pclTexte == nullptr || !DLLRES_bLoadString(pstModule, nIdRessource, &clFormat)) return false;
+    CTString clStockage;
+    const wchar_t* pszFormat = nullptr;
+    if (pclTexte == nullptr || !bTexteLu(pstModule, nIdRessource, &clStockage, &pszFormat)) return false;
     CTString clTexte;
-    if (!clTexte.FormatV(clFormat.pszGet(), pArguments)) return false;
+    if (!clTexte.FormatV(pszFormat, pArguments)) return false;
     pclTexte->Transfert(clTexte);
     return true;
 }
@@ -303,9 +416,10 @@ int DLLRES_nFormatMessageList(const _stMyModuleInfo* pstModule, unsigned int nId
                               va_list pArguments) noexcept {
     if (ppszTexte == nullptr) return 0;
     *ppszTexte = nullptr;
-    CTString clFormat;
-    if (!DLLRES_bLoadString(pstModule, nIdRessource, &clFormat)) return 0;
-    const int nLongueur = vaswprintfWin(ppszTexte, clFormat.pszGet(), pArguments);
+    CTString clStockage;
+    const wchar_t* pszFormat = nullptr;
+    if (!bTexteLu(pstModule, nIdRessource, &clStockage, &pszFormat)) return 0;
+    const int nLongueur = vaswprintfWin(ppszTexte, pszFormat, pArguments);
     return nLongueur < 0 ? 0 : nLongueur;
 }
 

@@ -5,11 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <memory>
 #include <string>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -452,6 +454,87 @@ TEST(ResourceString, BuildsFromAFormattedOrRawResource) {
     EXPECT_STREQ(clBrut.pszGet(), L"Le fichier n°%d « %s » n'est pas ouvert.");
     const CTStringRes clAbsent(&gstModuleTest, 4242);
     EXPECT_TRUE(clAbsent.bEstVide());
+}
+
+// ---------------------------------------------------------------- decoded texts kept
+
+// A module whose block the test rewrites in place: the same address, other texts.
+std::vector<uint8_t> gtabBlocVariable(4096, 0);
+
+bool bRessourceVariable(STRessourceModule& stRessource) {
+    return bGetResAnsiBlock(gtabBlocVariable.data(), gtabBlocVariable.size(), stRessource);
+}
+
+const _stMyModuleInfo gstModuleVariable = {
+    nullptr, 0, 78, "variable.so", "1.0", bRessourceVariable, nullptr, nullptr, 1, nullptr, nullptr, nullptr,
+    nullptr, nullptr, nullptr, nullptr,
+};
+
+void EcritBlocVariable(const char* pszTexte500, const char* pszTexte501) {
+    const std::vector<uint8_t> tabBloc = tabConstruitBloc({{500, 0, pszTexte500}, {501, 0, pszTexte501}});
+    ASSERT_LE(tabBloc.size(), gtabBlocVariable.size());
+    std::fill(gtabBlocVariable.begin(), gtabBlocVariable.end(), 0);
+    std::copy(tabBloc.begin(), tabBloc.end(), gtabBlocVariable.begin());
+}
+
+std::wstring sCharge(const _stMyModuleInfo* pstModule, unsigned int nId) {
+    CTString clTexte;
+    if (!DLLRES_bLoadString(pstModule, nId, &clTexte)) return L"<absent>";
+    return clTexte.pszGet() != nullptr ? clTexte.pszGet() : L"";
+}
+
+TEST(ResourceTextsKept, RepeatedLoadsAnswerTheSameTextAndTheProviderStillComesFirst) {
+    for (int n = 0; n < 3; ++n) {
+        EXPECT_EQ(sCharge(&gstModuleTest, 1001), L"Réservé à l'administrateur 𝄞") << n;
+        EXPECT_EQ(sCharge(&gstModuleTest, 1000), L"Le fichier n°%d « %s » n'est pas ouvert.") << n;
+        EXPECT_EQ(sCharge(&gstModuleTest, 1002), L"") << n;
+        EXPECT_EQ(sCharge(&gstModuleTest, 4242), L"<absent>") << n;
+    }
+    gpfnLoadStringOVM = nFournisseurTest;
+    EXPECT_EQ(sCharge(&gstModuleTest, 1000), L"Fichier %d fermé") << "a text already kept does not hide the provider";
+    gpfnLoadStringOVM = nullptr;
+    EXPECT_EQ(sCharge(&gstModuleTest, 1000), L"Le fichier n°%d « %s » n'est pas ouvert.");
+}
+
+TEST(ResourceTextsKept, ABlockRewrittenAtTheSameAddressAnswersItsNewTexts) {
+    struct {
+        int nLigne;
+        const char* psz500;
+        const char* psz501;
+    } tab[] = {
+        {__LINE__, "Déjà vu", "un"},
+        {__LINE__, "Déjà vi", "deux"},  // same length, other bytes
+        {__LINE__, "Été \xF0\x9D\x84\x9E plus long que les autres", "trois"},
+        {__LINE__, "Déjà vu", "un"},
+    };
+    for (const auto& st : tab) {
+        EcritBlocVariable(st.psz500, st.psz501);
+        CTString clAttendu;
+        clAttendu.SetStandard(st.psz500);
+        EXPECT_EQ(sCharge(&gstModuleVariable, 500), clAttendu.pszGet()) << st.nLigne;
+        EXPECT_EQ(sCharge(&gstModuleVariable, 500), clAttendu.pszGet()) << st.nLigne << " again";
+        clAttendu.SetStandard(st.psz501);
+        EXPECT_EQ(sCharge(&gstModuleVariable, 501), clAttendu.pszGet()) << st.nLigne;
+    }
+}
+
+TEST(ResourceTextsKept, ThreadsLoadingTheSameTextsAtOnceAllReadThemWhole) {
+    std::vector<std::thread> tabThreads;
+    std::atomic<int> nFautes{0};
+    for (int nThread = 0; nThread < 4; ++nThread) {
+        tabThreads.emplace_back([&nFautes] {
+            for (int n = 0; n < 500; ++n) {
+                CTString clTexte;
+                if (!DLLRES_bFormatMessage(&gstModuleTest, 1000, &clTexte, n, L"Été \U0001D11E")) ++nFautes;
+                wchar_t szAttendu[128];
+                std::swprintf(szAttendu, 128, L"Le fichier n°%d « Été \U0001D11E » n'est pas ouvert.", n);
+                if (clTexte.pszGet() == nullptr || wcscmp(clTexte.pszGet(), szAttendu) != 0) ++nFautes;
+                if (sCharge(&gstModuleTest, 1001) != L"Réservé à l'administrateur \U0001D11E") ++nFautes;
+            }
+        });
+    }
+    for (std::thread& cl : tabThreads) cl.join();
+    EXPECT_EQ(nFautes.load(), 0);
 }
 
 }  // namespace

@@ -6,10 +6,12 @@
 #include <cerrno>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include "base/error.h"
 #include "component/composante.h"
 #include "datetime/date_functions.h"
+#include "datetime/date_mask.h"
 #include "datetime/testdata/calendar_dates.h"
 #include "system/clock.h"
 
@@ -321,6 +323,55 @@ TEST(MaskFunctions, DatesBothWaysWithoutALanguage) {
     EXPECT_EQ(s(cl.ChaineVersDate(L"", L"JJ/MM/AAAA")), L"<null>");
     EXPECT_EQ(s(cl.ChaineVersHeure(L"14:30:05:12")), L"14300512");
     EXPECT_EQ(s(cl.ChaineVersHeure(L"", nullptr)), L"<null>");
+}
+
+// Calls keep the masks they build: a mask met again, after others and in another order, must answer
+// as one built for the call.
+TEST(MaskFunctions, MasksMetAgainAnswerAsNewOnes) {
+    struct {
+        int nLine;
+        const wchar_t* pszValeur;
+        const wchar_t* pszMasque;
+    } tab[] = {
+        {__LINE__, L"20240315", L"JJ/MM/AAAA"},       {__LINE__, L"20240315", L"AAAA-MM-JJ"},
+        {__LINE__, L"20240229", L"JJJJ JJ MMMM AAAA"}, {__LINE__, L"20241231", L"MM/JJ/AA"},
+        {__LINE__, L"20240315143005", L"JJ/MM/AAAA HH:mm:SS"}, {__LINE__, L"19991231", L"JJ/MM/AAAA"},
+        {__LINE__, L"20240315", L"JJ.MM.AAAA"},       {__LINE__, L"20240315235959", L"JJ/MM/AAAA HH:mm"},
+    };
+    CComposanteStandard cl;
+    std::vector<std::wstring> tabPremier;
+    for (const auto& st : tab) tabPremier.push_back(s(cl.DateVersChaine(st.pszValeur, st.pszMasque)));
+    for (int nTour = 0; nTour < 3; ++nTour) {
+        for (size_t n = std::size(tab); n-- > 0;) {
+            const auto& st = tab[n];
+            CMasqueDateHeure clNeuf(st.pszMasque, true, std::wcslen(st.pszValeur) > 8 ? L"YYYYMMDDHHmmSSCCC" : nullptr);
+            std::wstring sValeur = st.pszValeur;
+            if (sValeur.size() > 8) sValeur.resize(17, L'0');
+            CTString clAttendu;
+            clNeuf.bFormateEx(sValeur.c_str(), &clAttendu, CMasqueDateHeure::FLAG_NORMALISE);
+            EXPECT_EQ(s(cl.DateVersChaine(st.pszValeur, st.pszMasque)), clAttendu.pszGet()) << "line " << st.nLine;
+            EXPECT_EQ(s(cl.DateVersChaine(st.pszValeur, st.pszMasque)), tabPremier[n]) << "line " << st.nLine;
+        }
+        EXPECT_EQ(s(cl.ChaineVersDate(L"15/03/2024", L"JJ/MM/AAAA")), L"20240315");
+        EXPECT_EQ(s(cl.ChaineVersDate(L"2024-03-15", L"AAAA-MM-JJ")), L"20240315");
+        EXPECT_EQ(s(cl.ChaineVersDate(L"15/03/2024 14:30", L"JJ/MM/AAAA HH:mm")), L"20240315143000000");
+        EXPECT_EQ(s(cl.ChaineVersHeure(L"14:30:05:12")), L"14300512");
+        EXPECT_EQ(s(cl.ChaineVersHeure(L"14:30:05:12", L"HH:MM:SS:CC")), L"14300512");
+    }
+}
+
+// The system mask reads the regional settings, which may change between two calls.
+TEST(MaskFunctions, TheSystemMaskFollowsTheRegionalSettingsOfEachCall) {
+    CComposanteStandard cl;
+    CMasque::s_SetWinIntlParam(CMasque::LOCALE_DATE_COURTE, L"dd/MM/yyyy");
+    const std::wstring sJourMois = s(cl.ChaineVersDate(L"15/03/2024", L"UseSystemMask"));
+    CMasque::s_SetWinIntlParam(CMasque::LOCALE_DATE_COURTE, L"yyyy-MM-dd");
+    const std::wstring sIso = s(cl.ChaineVersDate(L"2024-03-15", L"UseSystemMask"));
+    const std::wstring sAffiche = s(cl.DateVersChaine(L"20240315", L"UseSystemMask"));
+    CMasque::s_SetWinIntlParam(CMasque::LOCALE_DATE_COURTE, nullptr);
+    EXPECT_EQ(sJourMois, L"20240315");
+    EXPECT_EQ(sIso, L"20240315");
+    EXPECT_EQ(sAffiche, L"2024-03-15");
 }
 
 }  // namespace

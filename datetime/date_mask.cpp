@@ -386,6 +386,15 @@ void CMasqueDateHeure::_LitZones() noexcept {
     m_stRegles.nDernierRang = (!bDateEtHeure && m_bDate) ? RANG_L : RANG_DERNIER;
     m_stRegles.bMasqueEstL = m_clMasque.nLongueur() == 1 && m_clMasque.pszGet()[0] == L'L';
     LitZonesRecentes(m_clMasque.pszGet(), m_stRegles, &m_clZonesMasque);
+    // Normalising only rewrites lower-case day, month and year letters: without any, the mask
+    // normalised is the mask itself and its zones serve as they are.
+    m_bNormaliseInutile = true;
+    for (const wchar_t* psz = m_clMasque.pszGet(); psz != nullptr && *psz != 0; ++psz) {
+        if (*psz == L'j' || *psz == L'd' || *psz == L'm' || *psz == L'a' || *psz == L'y') {
+            m_bNormaliseInutile = false;
+            break;
+        }
+    }
     m_pclZonesInterne = pclZonesFixes(m_clFormeInterne.pszGet(), m_clFormeInterne.nLongueur(), m_stRegles);
     if (m_pclZonesInterne == nullptr) {
         LitZonesRecentes(m_clFormeInterne.pszGet(), m_stRegles, &m_clZonesInterne);
@@ -816,7 +825,7 @@ void CMasqueDateHeure::_FormateDateForMaskEx(const wchar_t* pszMasque, const _SY
     if (pclSortie == nullptr) return;
     if (pszMasque == nullptr) pszMasque = L"";
     CTString clNormalise;
-    if (nFlags & FLAG_NORMALISE) {
+    if ((nFlags & FLAG_NORMALISE) && !(m_bNormaliseInutile && pszMasque == m_clMasque.pszGet())) {
         clNormalise.Set(pszMasque);
         clNormalise.Remplace(L"jjjj", L"JJJJ");
         if (!bZonePresent(clNormalise.pszGet(), 7, 10) && !bZonePresent(clNormalise.pszGet(), 6, 9)) {

@@ -214,6 +214,7 @@ private:
                      datetime_internal::CSortieMasque* pclSortie, int nFlags) const noexcept;
 
     STReglesZone m_stRegles{};
+    bool m_bNormaliseInutile = false;  // the mask has nothing that normalising would rewrite
     datetime_internal::CListeZones m_clZonesMasque;
     datetime_internal::CListeZones m_clZonesInterne;  // for an internal form that is not a fixed one
     const datetime_internal::CListeZones* m_pclZonesInterne = &m_clZonesInterne;

@@ -17,6 +17,17 @@ static void BM_MasqueFormate(benchmark::State& state) {
 }
 BENCHMARK(BM_MasqueFormate);
 
+// The same mask kept from one call to the next, as the language functions now keep theirs.
+static void BM_MasqueFormateGarde(benchmark::State& state) {
+    CTString clSortie;
+    const CMasqueDateHeure clMasque(L"JJ/MM/AAAA", true, nullptr);
+    for (auto _ : state) {
+        clMasque.bFormateEx(L"20240315", &clSortie, 0);
+        benchmark::DoNotOptimize(clSortie.pszGet());
+    }
+}
+BENCHMARK(BM_MasqueFormateGarde);
+
 static void BM_Strftime(benchmark::State& state) {
     char szSortie[32];
     for (auto _ : state) {

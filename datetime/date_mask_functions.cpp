@@ -2,6 +2,7 @@
 // the machine's language.
 #include <cwchar>
 #include <cwctype>
+#include <memory>
 #include <string>
 
 #include "base/error.h"
@@ -35,6 +36,94 @@ IInfoLangue* piLangue(CComposanteStandard* pcl) {
 
 void DonneLangue(CMasque* pclMasque, CComposanteStandard* pcl) {
     if (IInfoLangue* pi = piLangue(pcl)) pclMasque->vSetInfoLangueMasque(pi, 0, 1252);
+}
+
+// Masks built for the language calls, kept per thread. Building a mask reads its zones, which costs
+// more than a conversion; calls repeat the same few masks. A mask is reused only when everything its
+// building reads is the same: its text, kind, internal form and date-and-time switch, and the
+// language it was given. Predefined names ("UseSystemMask"...) also read the regional settings,
+// which may change between calls: those are built afresh each time, as are masks the cache cannot
+// hold when memory fails. Conversions are const, so a reused mask answers as a new one would.
+enum EGenreMasque : int { GENRE_SIMPLE = 0, GENRE_AMELIO = 1, GENRE_AMELIO_DATE_ET_HEURE = 2 };
+
+std::unique_ptr<CMasqueDateHeure> pclNouveauMasque(const wchar_t* pszMasque, bool bDate, const wchar_t* pszInterne,
+                                                   int eGenre, CComposanteStandard* pcl) {
+    std::unique_ptr<CMasqueDateHeure> pclMasque;
+    if (eGenre == GENRE_SIMPLE) pclMasque.reset(new CMasqueDateHeure(pszMasque, bDate, pszInterne));
+    else pclMasque.reset(new CMasqueDateHeureAmelio(pszMasque, bDate, pszInterne, eGenre == GENRE_AMELIO_DATE_ET_HEURE));
+    DonneLangue(pclMasque.get(), pcl);
+    return pclMasque;
+}
+
+bool bNomPredefini(const wchar_t* pszMasque) {
+    return (pszMasque[0] == L'U' || pszMasque[0] == L'u') && (pszMasque[1] == L'S' || pszMasque[1] == L's') &&
+           (pszMasque[2] == L'E' || pszMasque[2] == L'e');
+}
+
+class CCacheMasques {
+public:
+    // The mask for these settings, valid until the next call on this thread; null when it cannot
+    // be kept (the caller builds its own).
+    const CMasqueDateHeure* pclGet(const wchar_t* pszMasque, bool bDate, const wchar_t* pszInterne, int eGenre,
+                                   CComposanteStandard* pcl) noexcept {
+        if (pszMasque == nullptr || bNomPredefini(pszMasque)) return nullptr;
+        IInfoLangue* pi = piLangue(pcl);
+        const wchar_t* pszForme = pszInterne != nullptr ? pszInterne : L"";
+        for (STEntree& st : m_tabEntrees) {
+            if (st.pclMasque != nullptr && st.eGenre == eGenre && st.bDate == bDate && st.piLangue == pi &&
+                st.bInterne == (pszInterne != nullptr) && st.sMasque == pszMasque && st.sInterne == pszForme)
+                return st.pclMasque.get();
+        }
+        try {
+            STEntree& st = m_tabEntrees[m_nProchaine];
+            m_nProchaine = (m_nProchaine + 1) % NB_ENTREES;
+            st.pclMasque.reset();
+            st.sMasque = pszMasque;
+            st.sInterne = pszForme;
+            st.bInterne = pszInterne != nullptr;
+            st.bDate = bDate;
+            st.eGenre = eGenre;
+            st.piLangue = pi;
+            st.pclMasque = pclNouveauMasque(pszMasque, bDate, pszInterne, eGenre, pcl);
+            return st.pclMasque.get();
+        } catch (...) {
+            return nullptr;
+        }
+    }
+
+private:
+    static constexpr int NB_ENTREES = 4;
+    struct STEntree {
+        std::wstring sMasque;
+        std::wstring sInterne;
+        bool bInterne = false;
+        bool bDate = false;
+        int eGenre = 0;
+        IInfoLangue* piLangue = nullptr;
+        std::unique_ptr<CMasqueDateHeure> pclMasque;
+    };
+    STEntree m_tabEntrees[NB_ENTREES];
+    int m_nProchaine = 0;
+};
+
+// Runs the conversion with the thread's mask for these settings, or with one built for the call.
+template <typename F>
+void AvecMasque(const wchar_t* pszMasque, bool bDate, const wchar_t* pszInterne, int eGenre,
+                CComposanteStandard* pcl, F fConversion) {
+    thread_local CCacheMasques tl_clCache;
+    if (const CMasqueDateHeure* pclMasque = tl_clCache.pclGet(pszMasque, bDate, pszInterne, eGenre, pcl)) {
+        fConversion(*pclMasque);
+        return;
+    }
+    if (eGenre == GENRE_SIMPLE) {
+        CMasqueDateHeure clMasque(pszMasque, bDate, pszInterne);
+        DonneLangue(&clMasque, pcl);
+        fConversion(clMasque);
+    } else {
+        CMasqueDateHeureAmelio clMasque(pszMasque, bDate, pszInterne, eGenre == GENRE_AMELIO_DATE_ET_HEURE);
+        DonneLangue(&clMasque, pcl);
+        fConversion(clMasque);
+    }
 }
 
 // Replaces every occurrence of a token, as written or else in lower case, by the value printed with
@@ -72,45 +161,56 @@ CXYString<wchar_t> CComposanteStandard::DateVersChaine(const wchar_t* pszValeur)
 }
 
 CXYString<wchar_t> CComposanteStandard::DateVersChaine(const wchar_t* pszValeur, const wchar_t* pszMasque) {
-    std::wstring sValeur = pszValeur != nullptr ? pszValeur : L"";
-    while (!sValeur.empty() && sValeur.back() == L'_') sValeur.pop_back();
-    if (sValeur.empty()) return {};
-    if (sValeur.size() < 8) {
+    // The value without its trailing "_", read into a fixed buffer: a display call allocates only
+    // its result.
+    size_t nLongueur = pszValeur != nullptr ? std::wcslen(pszValeur) : 0;
+    while (nLongueur > 0 && pszValeur[nLongueur - 1] == L'_') --nLongueur;
+    if (nLongueur == 0) return {};
+    if (nLongueur < 8) {
         RaiseError(&gstMyModuleInfo8, 80134);
         return {};
     }
-    if (sValeur.size() > DATE_VIEW_LONGUEUR_TEXTE) {
+    if (nLongueur > DATE_VIEW_LONGUEUR_TEXTE) {
         RaiseError(&gstMyModuleInfo8, 81842);
         return {};
     }
-    const std::wstring sMasque = pszMasque != nullptr ? pszMasque : L"";
-    if (sMasque == L"UseSystemMask") {
-        CMasqueDateHeure clMasque(sMasque.c_str(), true, nullptr);
+    wchar_t szValeur[DATE_VIEW_LONGUEUR_TEXTE + 1];
+    std::wmemcpy(szValeur, pszValeur, nLongueur);
+    szValeur[nLongueur] = 0;
+    const wchar_t* pszMasqueLu = pszMasque != nullptr ? pszMasque : L"";
+    if (std::wcscmp(pszMasqueLu, L"UseSystemMask") == 0) {
+        CMasqueDateHeure clMasque(pszMasqueLu, true, nullptr);
         DonneLangue(&clMasque, this);
         CTString clSortie;
-        clMasque.Formate(sValeur.c_str(), &clSortie, nullptr);
+        clMasque.Formate(szValeur, &clSortie, nullptr);
         return clTexte(clSortie);
     }
     // E-mail dates and relative masks are not offered by this build: an empty result.
-    if (sMasque == L"UseEmailMask" || sMasque == L"UseDateRelativeDurationMask") return {};
+    if (std::wcscmp(pszMasqueLu, L"UseEmailMask") == 0 || std::wcscmp(pszMasqueLu, L"UseDateRelativeDurationMask") == 0)
+        return {};
 
     short nA = 0, nM = 0, nJ = 0, nH = 0, nMi = 0, nS = 0, nC = 0, nMs = 0;
-    const bool bHeure = sValeur.size() > 8;
-    if (!bDateVerif(sValeur.substr(0, 8).c_str(), &nA, &nM, &nJ, pclGetError())) return {};
-    if (bHeure && !bHeureVerif(sValeur.c_str() + 8, &nH, &nMi, &nS, &nC, &nMs, pclGetError())) return {};
+    const bool bHeure = nLongueur > 8;
+    wchar_t szDate[9];
+    std::wmemcpy(szDate, szValeur, 8);
+    szDate[8] = 0;
+    if (!bDateVerif(szDate, &nA, &nM, &nJ, pclGetError())) return {};
+    if (bHeure && !bHeureVerif(szValeur + 8, &nH, &nMi, &nS, &nC, &nMs, pclGetError())) return {};
 
     wchar_t sz[64];
-    if (sMasque.empty()) {
+    if (pszMasqueLu[0] == 0) {
         if (!bHeure) std::swprintf(sz, 64, L"%02d/%02d/%04d", nJ, nM, nA);
         else std::swprintf(sz, 64, L"%02d/%02d/%04d %02d:%02d:%02d:%d", nJ, nM, nA, nH, nMi, nS, nC != 0 ? nC : nMs);
         return clTexte(sz);
     }
     // A value with a time is read in the full form, its missing digits zeros.
-    if (bHeure) sValeur.resize(DATE_VIEW_LONGUEUR_TEXTE, L'0');
-    CMasqueDateHeure clMasque(sMasque.c_str(), true, bHeure ? L"YYYYMMDDHHmmSSCCC" : nullptr);
-    DonneLangue(&clMasque, this);
+    if (bHeure) {
+        std::wmemset(szValeur + nLongueur, L'0', DATE_VIEW_LONGUEUR_TEXTE - nLongueur);
+        szValeur[DATE_VIEW_LONGUEUR_TEXTE] = 0;
+    }
     CTString clSortie;
-    clMasque.bFormateEx(sValeur.c_str(), &clSortie, FLAGS_AFFICHAGE);
+    AvecMasque(pszMasqueLu, true, bHeure ? L"YYYYMMDDHHmmSSCCC" : nullptr, GENRE_SIMPLE, this,
+               [&](const CMasqueDateHeure& clMasque) { clMasque.bFormateEx(szValeur, &clSortie, FLAGS_AFFICHAGE); });
     return clTexte(clSortie);
 }
 
@@ -134,10 +234,10 @@ CXYString<wchar_t> CComposanteStandard::ChaineVersDate(const wchar_t* pszTexte, 
     Remplace(&sMasque, L"yyyy", L"YYYY");
     Remplace(&sMasque, L"yy", L"YY");
 
-    CMasqueDateHeureAmelio clMasque(sMasque.c_str(), true, bHeure ? FORME_DATE_HEURE : nullptr, bHeure);
-    DonneLangue(&clMasque, this);
     CTString clSortie;
-    clMasque.DeformateDateHeure(pszTexte, &clSortie, FLAGS_LECTURE_DATE);
+    AvecMasque(sMasque.c_str(), true, bHeure ? FORME_DATE_HEURE : nullptr,
+               bHeure ? GENRE_AMELIO_DATE_ET_HEURE : GENRE_AMELIO, this,
+               [&](const CMasqueDateHeure& clMasque) { clMasque.DeformateDateHeure(pszTexte, &clSortie, FLAGS_LECTURE_DATE); });
     return clSortie.bEstVide() ? CXYString<wchar_t>() : clTexte(clSortie);
 }
 
@@ -178,9 +278,8 @@ CXYString<wchar_t> CComposanteStandard::ChaineVersHeure(const wchar_t* pszTexte)
 
 CXYString<wchar_t> CComposanteStandard::ChaineVersHeure(const wchar_t* pszTexte, const wchar_t* pszMasque) {
     if (bVide(pszTexte)) return {};
-    CMasqueDateHeureAmelio clMasque(bVide(pszMasque) ? L"HH:MM:SS:CC" : pszMasque, false, L"HHMMSSCC", false);
-    DonneLangue(&clMasque, this);
     CTString clSortie;
-    clMasque.DeformateDateHeure(pszTexte, &clSortie, 0);
+    AvecMasque(bVide(pszMasque) ? L"HH:MM:SS:CC" : pszMasque, false, L"HHMMSSCC", GENRE_AMELIO, this,
+               [&](const CMasqueDateHeure& clMasque) { clMasque.DeformateDateHeure(pszTexte, &clSortie, 0); });
     return clSortie.bEstVide() ? CXYString<wchar_t>() : clTexte(clSortie);
 }

@@ -5,6 +5,7 @@
 
 #include "base/any.h"
 #include "datetime/date_mask.h"
+#include "numeric/number_mask.h"
 
 wchar_t CMasque::m_tabLocaleParametreCache[CMasque::LOCALE_NB_PARAMETRE][CMasque::TAILLE_PARAMETRE_LOCALE] = {};
 
@@ -36,6 +37,10 @@ CMasque* CMasque::pclGetNewMasqueDate(const wchar_t* pszMasque, const wchar_t* p
 
 CMasque* CMasque::pclGetNewMasqueHeure(const wchar_t* pszMasque, const wchar_t* pszInterne) noexcept {
     return new (std::nothrow) CMasqueDateHeure(pszMasque, false, pszInterne);
+}
+
+CMasque* CMasque::pclGetNewMasqueNumerique(const wchar_t* pszMasque, PFNTexteErreurMasque pfnTexte) noexcept {
+    return new (std::nothrow) CMasqueNumerique(pszMasque, pfnTexte);
 }
 
 void CMasque::_GetWinIntlParam(eLOCALE_PARAMETRE eParametre, const wchar_t* pszDefaut, CTString* pclSortie) noexcept {

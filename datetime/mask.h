@@ -9,6 +9,10 @@ class CAny;
 class CObjetAPCode;
 class IInfoLangue;
 
+// What a numeric mask's text callback is asked for (the values are in numeric/number_mask.h).
+enum eCHAINEERREUR : int;
+using PFNTexteErreurMasque = const wchar_t* (*)(eCHAINEERREUR);
+
 class CMasque {
 public:
     // Regional settings that masks read through _GetWinIntlParam. Only the short date pattern and
@@ -48,6 +52,7 @@ public:
     // internal form takes the default of the kind of mask.
     static CMasque* pclGetNewMasqueDate(const wchar_t* pszMasque, const wchar_t* pszInterne) noexcept;
     static CMasque* pclGetNewMasqueHeure(const wchar_t* pszMasque, const wchar_t* pszInterne) noexcept;
+    static CMasque* pclGetNewMasqueNumerique(const wchar_t* pszMasque, PFNTexteErreurMasque pfnTexte) noexcept;
 
     // ---- regional settings
     // The cached text of a setting when there is one, else the default; an empty or null default

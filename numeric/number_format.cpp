@@ -10,6 +10,8 @@
 #include <cstring>
 #include <cwchar>
 
+#include "numeric/number_mask.h"
+
 namespace {
 
 constexpr int kCodeUI1 = 0x02, kCodeUI2 = 0x03, kCodeUI4 = 0x04, kCodeUI8 = 0x05, kCodeI1 = 0x06, kCodeI2 = 0x07,
@@ -434,6 +436,19 @@ EResultatFormat eNumeriqueVersChaine(const CAny& clValeur, const wchar_t* pszFor
         wchar_t sz[16];
         std::swprintf(sz, 16, L"%d", nEntier);
         pclResultat->nAffecte(sz);
+        return EResultatFormat::Ok;
+    }
+    // The system masks: the value as text under a numeric mask, so that money loses no digit.
+    if (!bFormatVide && (std::wcscmp(pszFormat, L"NumSystemMask") == 0 || std::wcscmp(pszFormat, L"MoneySystemMask$") == 0)) {
+        CXYString<wchar_t> clTexte;
+        if (clValeur.__nFillString(clTexte) > ANY_SUCCES_MAX) {
+            pclResultat->Vide();
+            return EResultatFormat::ErreurValeur;
+        }
+        CMasqueNumerique clMasque(pszFormat, nullptr);
+        CTString clSortie;
+        clMasque.Formate(clTexte.pszGet(), &clSortie, nullptr);
+        pclResultat->nAffecte(clSortie.pszGet());
         return EResultatFormat::Ok;
     }
     // A text goes back as it came, whatever the format.

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "component/composante.h"
+#include "datetime/mask.h"
 #include "host/conversion.h"
 #include "numeric/number_format.h"
 
@@ -281,8 +282,8 @@ TEST_F(NumberFormat, SixtyFourBitIntegersAndMoneyStayExact) {
 
 TEST_F(NumberFormat, BadFormatsAndValuesAreRefusedWithAnEmptyText) {
     EXPECT_EQ(sFormate(clReel(1), L"101f", EResultatFormat::ErreurFormat), L"");
-    EXPECT_EQ(sFormate(clReel(1), L"NumSystemMask", EResultatFormat::ErreurFormat), L"");
-    EXPECT_EQ(sFormate(clReel(1), L"MoneySystemMask$", EResultatFormat::ErreurFormat), L"");
+    EXPECT_EQ(sFormate(clReel(1), L"MoneySystemMask", EResultatFormat::ErreurFormat), L"");
+    EXPECT_EQ(sFormate(clReel(1), L"999 999,99", EResultatFormat::ErreurFormat), L"");
     EXPECT_EQ(sFormate(clReel(1), L"12.2z", EResultatFormat::ErreurFormat), L"");
     CAny clBinaire;
     clBinaire.SetZKBIN(CZKBIN("\x01\x02", 2));
@@ -567,3 +568,14 @@ TEST_F(NumberMethods, ColourFromHexadecimalComponents) {
 }
 
 }  // namespace
+
+TEST_F(NumberFormat, SystemMasksGoThroughTheNumericMask) {
+    CMasque::s_SetWinIntlParam(CMasque::LOCALE_SEPARATEUR_DECIMAL, L",");
+    CMasque::s_SetWinIntlParam(CMasque::LOCALE_SEPARATEUR_MILLIERS, L" ");
+    CMasque::s_SetWinIntlParam(CMasque::LOCALE_SYMBOLE_MONETAIRE, L"\u20ac");
+    EXPECT_EQ(sFormate(clReel(-1234.5), L"NumSystemMask"), L"-1 234,50");
+    EXPECT_EQ(sFormate(clMonnaie(L"12345678901234567.895"), L"MoneySystemMask$"), L"12 345 678 901 234 567,90 \u20ac");
+    CMasque::s_SetWinIntlParam(CMasque::LOCALE_SEPARATEUR_DECIMAL, nullptr);
+    CMasque::s_SetWinIntlParam(CMasque::LOCALE_SEPARATEUR_MILLIERS, nullptr);
+    CMasque::s_SetWinIntlParam(CMasque::LOCALE_SYMBOLE_MONETAIRE, nullptr);
+}
