@@ -194,7 +194,13 @@ constexpr STParametreDate kDateFrancais = {
 constexpr STParametreDate kDateAnglais = {
     L"MM/JJ/AAAA", L"Monday;Tuesday;Wednesday;Thursday;Friday;Saturday;Sunday",
     L"January;February;March;April;May;June;July;August;September;October;November;December"};
+constexpr STParametreNumerique kNumeriqueFrancais = {L",", L" ", L"\u20ac", 3};
+constexpr STParametreNumerique kNumeriqueAnglais = {L".", L",", L"$", 0};
 }  // namespace
+
+const STParametreNumerique* CInfoLangue::pstGetParametreNumerique() {
+    return m_eLangue.load() == LANGUE_ANGLAIS ? &kNumeriqueAnglais : &kNumeriqueFrancais;
+}
 
 const STParametreHeure* CInfoLangue::pstGetParametreHeure() {
     return m_eLangue.load() == LANGUE_ANGLAIS ? &kHeureAnglais : &kHeureFrancais;

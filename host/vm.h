@@ -124,8 +124,8 @@ private:
     CCalendarLibrary m_clCalendrier;
 };
 
-// The machine's language: French (the default) or English, each with its own date and time
-// settings rather than the system's. ovrun chooses it before any call is made.
+// The machine's language: French (the default) or English, each with its own date, time and
+// number settings rather than the system's. ovrun chooses it before any call is made.
 class CInfoLangue final : public IInfoLangue {
 public:
     enum ELangue : int { LANGUE_FRANCAIS = 0, LANGUE_ANGLAIS = 1 };
@@ -141,6 +141,7 @@ public:
     const STParametreDate* pstGetParametreDate() override;
     int bParametreHeureSysteme() override { return 0; }
     int bParametreDateSysteme() override { return 0; }
+    const STParametreNumerique* pstGetParametreNumerique() override;
 
     void SetLangue(ELangue eLangue) { m_eLangue.store(eLangue); }
     ELangue eGetLangue() const { return m_eLangue.load(); }

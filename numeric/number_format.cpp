@@ -427,8 +427,8 @@ double dCompenseErreurBinaire(double dValeur, int nPrecision) noexcept {
     return dValeur > 0 ? dValeur + e : dValeur - e;
 }
 
-EResultatFormat eNumeriqueVersChaine(const CAny& clValeur, const wchar_t* pszFormat,
-                                     CXYString<wchar_t>* pclResultat) noexcept {
+EResultatFormat eNumeriqueVersChaine(const CAny& clValeur, const wchar_t* pszFormat, CXYString<wchar_t>* pclResultat,
+                                     IInfoLangue* piInfoLangue) noexcept {
     // The result's block is kept until the end: a caller that formats in a loop reuses it.
     const bool bFormatVide = pszFormat == nullptr || *pszFormat == 0;
     int nEntier = 0;
@@ -446,6 +446,7 @@ EResultatFormat eNumeriqueVersChaine(const CAny& clValeur, const wchar_t* pszFor
             return EResultatFormat::ErreurValeur;
         }
         CMasqueNumerique clMasque(pszFormat, nullptr);
+        if (piInfoLangue != nullptr) clMasque.vSetInfoLangueMasque(piInfoLangue, 0, 1252);
         CTString clSortie;
         clMasque.Formate(clTexte.pszGet(), &clSortie, nullptr);
         pclResultat->nAffecte(clSortie.pszGet());

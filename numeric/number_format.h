@@ -10,6 +10,8 @@
 #include "base/xystring.h"
 #include "numeric/money.h"
 
+class IInfoLangue;
+
 // ---------------------------------------------------------------- the format language
 
 // Flags of a parsed format. The low five come from the text; the two high ones are added while
@@ -57,9 +59,10 @@ enum class EResultatFormat {
 };
 
 // The whole of NumeriqueVersChaine: the value under the format, into pclResultat (emptied on an
-// error). The locale's separators are read at each call.
-EResultatFormat eNumeriqueVersChaine(const CAny& clValeur, const wchar_t* pszFormat,
-                                     CXYString<wchar_t>* pclResultat) noexcept;
+// error). The locale's separators are read at each call; the system masks take the separators of
+// the machine's language when one is given.
+EResultatFormat eNumeriqueVersChaine(const CAny& clValeur, const wchar_t* pszFormat, CXYString<wchar_t>* pclResultat,
+                                     IInfoLangue* piInfoLangue = nullptr) noexcept;
 
 // ---------------------------------------------------------------- byte sizes
 

@@ -26,7 +26,9 @@ CXYString<wchar_t> clTexteDe(const CAny* pclValeur) {
 CXYString<wchar_t> CComposanteStandard::NumeriqueVersChaine(const CAny* pclValeur, const wchar_t* pszFormat) {
     CXYString<wchar_t> clResultat;
     if (pclValeur == nullptr) return clResultat;
-    switch (eNumeriqueVersChaine(*pclValeur, pszFormat, &clResultat)) {
+    IVM* piVM = piGetVM();
+    IInfoLangue* piLangue = piVM != nullptr ? piVM->piGetInfoLangue(0, 0) : nullptr;
+    switch (eNumeriqueVersChaine(*pclValeur, pszFormat, &clResultat, piLangue)) {
         case EResultatFormat::Ok: break;
         case EResultatFormat::ErreurFormat:
             // The number of a bad parameter, with a message that names the format.

@@ -191,7 +191,24 @@ void CMasqueNumerique::_InitMasqueEffectif(const wchar_t* pszMasque) noexcept {
 
 void CMasqueNumerique::_ConstruitMasqueSysteme(int nChiffres, bool bSymbole, bool, CTString* pclSortie) const noexcept {
     sConstruitMasqueMonetaire(pclSortie, nChiffres, kDecimalesSysteme, m_cLettreMillier, m_cLettreDecimal);
-    if (bSymbole) pclSortie->Add(L" $");
+    if (!bSymbole) return;
+    switch (m_nPlaceDevise) {
+        case 0:
+        case 2: {
+            // In front of the digits but behind the sign place, so that a negative amount reads "-$1".
+            CTString cl;
+            const wchar_t* psz = pclSortie->pszGet();
+            if (psz == nullptr) psz = L"";
+            const bool bSigne = psz[0] == L'+';
+            if (bSigne) cl.Add(L"+");
+            cl.Add(m_nPlaceDevise == 0 ? L"$" : L"$ ");
+            cl.Add(psz + (bSigne ? 1 : 0));
+            pclSortie->Set(cl.pszGet());
+            break;
+        }
+        case 1: pclSortie->Add(L"$"); break;
+        default: pclSortie->Add(L" $"); break;
+    }
 }
 
 void CMasqueNumerique::SetNbChiffreMasqueSysteme(int nChiffres) noexcept {
@@ -396,12 +413,26 @@ void CMasqueNumerique::Formate(const wchar_t* pszTexte, CTString* pclSortie, con
     MetAuFormat(pszTexte, pclSortie, 0, pclCode);
 }
 
-// The language's own number records do not reach this library: the class values stand, and a
-// right-to-left language shows a blank thousands separator as a no-break space.
+// A language with number settings of its own gives the separators, the currency symbol (unless
+// flag 1 keeps the mask's) and its place; otherwise the class values stand. A right-to-left
+// language shows a blank thousands separator as a no-break space.
 void CMasqueNumerique::vSetInfoLangueMasque(IInfoLangue* piInfoLangue, int nOptions, unsigned int nCodePage) noexcept {
     CMasque::vSetInfoLangueMasque(piInfoLangue, nOptions, nCodePage);
     if (m_dwOptions & SEPARATEURS_FIXES) return;
     _InitGlobales();
+    m_nPlaceDevise = 3;
+    if (const STParametreNumerique* pst = piInfoLangue != nullptr ? piInfoLangue->pstGetParametreNumerique() : nullptr) {
+        if (pst->pszSeparateurDecimal != nullptr && pst->pszSeparateurDecimal[0] != 0)
+            m_cSeparateurDecimal = pst->pszSeparateurDecimal[0];
+        if (pst->pszSeparateurMillier != nullptr && pst->pszSeparateurMillier[0] != 0)
+            m_cSeparateurMillier = pst->pszSeparateurMillier[0];
+        if ((nOptions & 1) == 0 && pst->pszDevise != nullptr && pst->pszDevise[0] != 0) {
+            // The symbol is held to the same bound as the class-wide currency.
+            const size_t n = std::wcslen(pst->pszDevise);
+            m_clDevise.Set(pst->pszDevise, static_cast<int>(n < TAILLE_DEVISE_MAX ? n : TAILLE_DEVISE_MAX));
+        }
+        if (pst->nPlaceDevise >= 0 && pst->nPlaceDevise <= 3) m_nPlaceDevise = pst->nPlaceDevise;
+    }
     if (piInfoLangue != nullptr && m_cSeparateurMillier == L' ' && piInfoLangue->bEcritDeDroiteAGauche())
         m_cSeparateurMillier = kEspaceInsecable;
     if (m_dwOptions & MASQUE_SYSTEME) {

@@ -140,4 +140,5 @@ private:
     bool m_bParentheses = false;   // the negative part holds "(" and ")"
     bool m_bTailleDisque = false;
     bool m_bMonnaie = false;       // a money system mask
+    int m_nPlaceDevise = 3;        // where "MoneySystemMask$" puts the symbol: 0 "$1", 1 "1$", 2 "$ 1", 3 "1 $"
 };

@@ -6,12 +6,16 @@
 #include <vector>
 
 #include "host/machine.h"
+#include "host/vm.h"
 #include "tests/machine_fixture.h"
 
 namespace ovhost {
 namespace {
 
-class NumbersEndToEnd : public MachineEndToEnd {};
+class NumbersEndToEnd : public MachineEndToEnd {
+protected:
+    void TearDown() override { CMachineServices::s_Instance().clInfoLangue().SetLangue(CInfoLangue::LANGUE_FRANCAIS); }
+};
 
 TEST_F(NumbersEndToEnd, BuffersAndHexadecimalTextRoundTripWithDefaults) {
     const std::string sOctets("A\xe9\0\xff~", 5);
@@ -76,6 +80,40 @@ TEST_F(NumbersEndToEnd, VariantFunctionsFormatAndReadNumbers) {
     EXPECT_EQ(stCall("HexaVersEntier", {CValue::Text(L"0x1FF")}).clResult.nInteger, 0x1ff);
     EXPECT_EQ(stCall("EstNumerique", {CValue::Text(L"12.5")}).clResult.nInteger, 1);
     EXPECT_EQ(stCall("EstNumerique", {CValue::Text(L"été")}).clResult.nInteger, 0);
+}
+
+TEST_F(NumbersEndToEnd, SystemMasksFollowTheMachineLanguage) {
+    struct {
+        int nLine;
+        CInfoLangue::ELangue eLangue;
+        double dValeur;
+        const wchar_t* pszMasque;
+        const wchar_t* pszAttendu;
+    } const tabCas[] = {
+        {__LINE__, CInfoLangue::LANGUE_FRANCAIS, -1234567.891, L"NumSystemMask", L"-1 234 567,89"},
+        {__LINE__, CInfoLangue::LANGUE_ANGLAIS, -1234567.891, L"NumSystemMask", L"-1,234,567.89"},
+        {__LINE__, CInfoLangue::LANGUE_ANGLAIS, 0.5, L"NumSystemMask", L"0.50"},
+        {__LINE__, CInfoLangue::LANGUE_FRANCAIS, 1234.5, L"MoneySystemMask$", L"1 234,50 \u20ac"},
+        {__LINE__, CInfoLangue::LANGUE_FRANCAIS, -1234.5, L"MoneySystemMask$", L"-1 234,50 \u20ac"},
+        {__LINE__, CInfoLangue::LANGUE_ANGLAIS, 1234.5, L"MoneySystemMask$", L"$1,234.50"},
+        {__LINE__, CInfoLangue::LANGUE_ANGLAIS, -1234.5, L"MoneySystemMask$", L"-$1,234.50"},
+    };
+    for (const auto& c : tabCas) {
+        CMachineServices::s_Instance().clInfoLangue().SetLangue(c.eLangue);
+        const STCallOutcome st = stCall("NumeriqueVersChaine", {CValue::Real(c.dValeur), CValue::Text(c.pszMasque)});
+        EXPECT_FALSE(st.bError) << "row " << c.nLine;
+        EXPECT_EQ(st.clResult.sText, c.pszAttendu) << "row " << c.nLine;
+    }
+}
+
+TEST_F(NumbersEndToEnd, PrintfFormatsTakeTheProcessLocaleInEveryLanguage) {
+    CMachineServices::s_Instance().clInfoLangue().SetLangue(CInfoLangue::LANGUE_ANGLAIS);
+    EXPECT_EQ(stCall("NumeriqueVersChaine", {CValue::Real(1234567.891), CValue::Text(L"12.2fs")}).clResult.sText,
+              L"1 234 567.89");
+    // Text with accents and a character past the basic plane reads as no number under a mask.
+    EXPECT_EQ(stCall("NumeriqueVersChaine", {CValue::Text(L"d\u00e9j\u00e0 \U0001F600"), CValue::Text(L"NumSystemMask")})
+                  .clResult.sText,
+              L"0.00");
 }
 
 }  // namespace

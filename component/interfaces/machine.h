@@ -144,6 +144,15 @@ struct STParametreDate {
     const wchar_t* pszMois;
 };
 
+// Number and money settings of a language. The texts belong to the machine and live as long as
+// the language information; a null or empty text means the setting is not given.
+struct STParametreNumerique {
+    const wchar_t* pszSeparateurDecimal;
+    const wchar_t* pszSeparateurMillier;
+    const wchar_t* pszDevise;  // the currency symbol
+    int nPlaceDevise;          // 0 "$1", 1 "1$", 2 "$ 1", 3 "1 $"
+};
+
 // Language information for date and number texts. Only the leading slots are named here; the
 // families that read more of it add them in order.
 class IInfoLangue : public IStdVersion {
@@ -154,6 +163,9 @@ public:
     // Non-zero when the language takes the system's settings rather than its own records.
     virtual int bParametreHeureSysteme() = 0;
     virtual int bParametreDateSysteme() = 0;
+    // Null when the language takes the system's number settings. Not pure, so that language
+    // objects written before this slot existed keep answering the system's settings.
+    virtual const STParametreNumerique* pstGetParametreNumerique() { return nullptr; }
 
 protected:
     ~IInfoLangue() = default;
