@@ -195,6 +195,25 @@ TEST(LibraryBlock, EveryErrorMessageUnpacksAndRepacksToItsRecord) {
     }
 }
 
+// Texts that are not error messages share the block: accented names come back whole, and each
+// list keeps its separators.
+TEST(LibraryBlock, CarriesTheNamesAndListsBesideTheErrors) {
+    const struct {
+        int nLigne;
+        unsigned int nId;
+        const wchar_t* pszTexte;
+    } tab[] = {
+        {__LINE__, 28192, L"janvier"},  {__LINE__, 28193, L"f\u00e9vrier"}, {__LINE__, 28199, L"ao\u00fbt"},
+        {__LINE__, 28203, L"d\u00e9cembre"}, {__LINE__, 28204, L"lundi"}, {__LINE__, 28210, L"dimanche"},
+        {__LINE__, 28577, L"J"},        {__LINE__, 25202, L"byte(s);KB;MB;GB;TB"},
+    };
+    for (const auto& st : tab) {
+        CTString clTexte;
+        ASSERT_TRUE(DLLRES_bLoadString(&gstMyModuleInfo8, st.nId, &clTexte)) << "line " << st.nLigne;
+        EXPECT_STREQ(clTexte.pszGet(), st.pszTexte) << "line " << st.nLigne;
+    }
+}
+
 TEST(ResourceLoad, MissingResourceLeavesTheTargetUntouched) {
     CTString clTexte(L"inchangé");
     EXPECT_FALSE(DLLRES_bLoadString(&gstModuleTest, 4242, &clTexte));

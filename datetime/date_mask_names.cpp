@@ -1,6 +1,6 @@
 // Month and weekday names of the date-time mask, and its AM and PM texts: from the language the
-// machine gives when it has its own date settings, else from the message block, else from the
-// library's own French names.
+// machine gives when it has its own date settings, else from the machine's message provider or the
+// library's own message block.
 #include <cwchar>
 
 #include "base/characters.h"
@@ -14,12 +14,6 @@ namespace {
 constexpr unsigned int ID_PREMIER_MOIS = 28192;  // January; December is 28203
 constexpr unsigned int ID_LUNDI = 28204;         // Monday to Saturday follow
 constexpr unsigned int ID_DIMANCHE = 28210;
-
-// The names the message block carries, for when it cannot be read: the generator of the block
-// holds error messages only.
-constexpr const wchar_t* gtabMois[12] = {L"janvier", L"f\u00e9vrier", L"mars",      L"avril",   L"mai",      L"juin",
-                                         L"juillet", L"ao\u00fbt",    L"septembre", L"octobre", L"novembre", L"d\u00e9cembre"};
-constexpr const wchar_t* gtabJours[7] = {L"dimanche", L"lundi", L"mardi", L"mercredi", L"jeudi", L"vendredi", L"samedi"};
 
 void Copie(const wchar_t* pszSource, size_t nLongueur, wchar_t* pszSortie, int nTaille) noexcept {
     if (nTaille <= 0) return;
@@ -47,9 +41,9 @@ const STParametreDate* pstDateLangue(IInfoLangue* piInfoLangue) noexcept {
     return piInfoLangue->pstGetParametreDate();
 }
 
-void Ressource(unsigned int nId, const wchar_t* pszDefaut, wchar_t* pszSortie, int nTaille) noexcept {
-    if (DLLRES_nLoadString(&gstMyModuleInfo8, nId, pszSortie, nTaille) > 0) return;
-    Copie(pszDefaut, std::wcslen(pszDefaut), pszSortie, nTaille);
+// The machine's message provider first, then the library's own block; a miss leaves the name empty.
+void Ressource(unsigned int nId, wchar_t* pszSortie, int nTaille) noexcept {
+    if (DLLRES_nLoadString(&gstMyModuleInfo8, nId, pszSortie, nTaille) <= 0) pszSortie[0] = 0;
 }
 
 void Casse(int nFlags, wchar_t* pszNom) noexcept {
@@ -72,7 +66,7 @@ void CMasqueDateHeure::s_MoisEnLettre(int nMois, IInfoLangue* piInfoLangue, wcha
     if (nMois < 1 || nMois > 12) return;
     if (const STParametreDate* pstDate = pstDateLangue(piInfoLangue))
         if (bEntreeListe(pstDate->pszMois, nMois - 1, pszSortie, nTaille)) return;
-    Ressource(ID_PREMIER_MOIS + static_cast<unsigned int>(nMois - 1), gtabMois[nMois - 1], pszSortie, nTaille);
+    Ressource(ID_PREMIER_MOIS + static_cast<unsigned int>(nMois - 1), pszSortie, nTaille);
 }
 
 void CMasqueDateHeure::s_JourEnLettre(int nJour, IInfoLangue* piInfoLangue, wchar_t* pszSortie, int nTaille) noexcept {
@@ -82,8 +76,7 @@ void CMasqueDateHeure::s_JourEnLettre(int nJour, IInfoLangue* piInfoLangue, wcha
     // The language's list starts on Monday.
     if (const STParametreDate* pstDate = pstDateLangue(piInfoLangue))
         if (bEntreeListe(pstDate->pszJours, nJour == 0 ? 6 : nJour - 1, pszSortie, nTaille)) return;
-    Ressource(nJour == 0 ? ID_DIMANCHE : ID_LUNDI + static_cast<unsigned int>(nJour - 1), gtabJours[nJour], pszSortie,
-              nTaille);
+    Ressource(nJour == 0 ? ID_DIMANCHE : ID_LUNDI + static_cast<unsigned int>(nJour - 1), pszSortie, nTaille);
 }
 
 void CMasqueDateHeure::MoisEnLettre(int nMois, int nFlags, wchar_t* pszSortie, int nTaille) const noexcept {

@@ -1,8 +1,8 @@
 // Build-time generator: reads the catalogue (functions, constants, variables, class, type
-// references, errors) and writes the descriptor tables, the thunks, the method declarations of
-// CComposanteStandard, the names block, the error table and the message block.
+// references, errors, other messages) and writes the descriptor tables, the thunks, the method
+// declarations of CComposanteStandard, the names block, the error table and the message block.
 //
-//   gencatalogue <catalogue dir> <errors.cat> <output dir>
+//   gencatalogue <catalogue dir> <errors.cat> <messages.cat> <output dir>
 //
 // Any malformed line stops the build with "file:line: message".
 #include <cstdio>
@@ -322,6 +322,23 @@ std::vector<STError> ReadErrors(const std::string& sPath) {
     return tab;
 }
 
+// The texts of the block that are not error messages: "<resource id> \"<text>\"" per line.
+std::vector<std::pair<uint32_t, std::u32string>> ReadMessages(const std::string& sPath) {
+    std::vector<std::pair<uint32_t, std::u32string>> tab;
+    ForEachLine(sPath, [&](const STPosition& st, const std::string& s) {
+        size_t nQuote = s.find('"');
+        if (nQuote == std::string::npos) Fail(st, "<resource id> \"<text>\"");
+        std::vector<std::string> w = Split(s.substr(0, nQuote));
+        if (w.size() != 1) Fail(st, "<resource id> \"<text>\"");
+        uint32_t nId = static_cast<uint32_t>(nParseNumber(st, w[0]));
+        if (nId <= 257 || nId >= 65535) Fail(st, "resource ids lie between 258 and 65534");
+        std::u32string sText = sParseQuoted(st, s, nQuote);
+        if (!Trim(s.substr(nQuote)).empty()) Fail(st, "text after the closing quote");
+        tab.emplace_back(nId, sText);
+    });
+    return tab;
+}
+
 // ---------------------------------------------------------------- writing C++
 
 std::string Hex(uint64_t n) {
@@ -419,11 +436,11 @@ std::string BuildCall(const STOverload& o, bool& bForward, int& nForward, std::s
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 4) {
-        std::fprintf(stderr, "usage: gencatalogue <catalogue dir> <errors.cat> <output dir>\n");
+    if (argc != 5) {
+        std::fprintf(stderr, "usage: gencatalogue <catalogue dir> <errors.cat> <messages.cat> <output dir>\n");
         return 1;
     }
-    std::string sDir = argv[1], sOut = argv[3];
+    std::string sDir = argv[1], sOut = argv[4];
     std::vector<STFunction> tabFunctions = ReadFunctions(sDir + "/functions.cat");
     std::vector<STConstant> tabConstants = ReadConstants(sDir + "/constants.cat");
     std::vector<STVariable> tabVariables = ReadVariables(sDir + "/variables.cat");
@@ -433,6 +450,7 @@ int main(int argc, char** argv) {
     ReadClass(sDir + "/class.cat", sClass, nClassTypeRef, tabProps);
     std::vector<std::string> tabTypeRefs = ReadTypeRefs(sDir + "/typerefs.cat");
     std::vector<STError> tabErrors = ReadErrors(argv[2]);
+    std::vector<std::pair<uint32_t, std::u32string>> tabMessages = ReadMessages(argv[3]);
 
     // Consistency across files.
     {
@@ -650,6 +668,9 @@ int main(int argc, char** argv) {
         auto [it, bNew] = mapMessages.emplace(e.nResource, e.sMessage);
         if (!bNew && it->second != e.sMessage) Fail({argv[2], 0}, "resource " + std::to_string(e.nResource) + " has two different texts");
     }
+    for (const auto& [nId, sText] : tabMessages)
+        if (!mapMessages.emplace(nId, sText).second)
+            Fail({argv[3], 0}, "resource " + std::to_string(nId) + " is already an error message or given twice");
     errors << "};\n\n";
     // Message block: records of (size, id, flags, data length, data), ids rising, bracketed by
     // the two marker records, ended by a zero size. Texts are UTF-8 packed by CDataCompressor
