@@ -194,8 +194,8 @@ constexpr STParametreDate kDateFrancais = {
 constexpr STParametreDate kDateAnglais = {
     L"MM/JJ/AAAA", L"Monday;Tuesday;Wednesday;Thursday;Friday;Saturday;Sunday",
     L"January;February;March;April;May;June;July;August;September;October;November;December"};
-constexpr STParametreNumerique kNumeriqueFrancais = {L",", L" ", L"\u20ac", 3};
-constexpr STParametreNumerique kNumeriqueAnglais = {L".", L",", L"$", 0};
+constexpr STParametreNumerique kNumeriqueFrancais = {L",", L" ", L"\u20ac", 3, 2, 1, 2, 8, L"octet(s);Ko;Mo;Go;To"};
+constexpr STParametreNumerique kNumeriqueAnglais = {L".", L",", L"$", 0, 2, 1, 2, 1, nullptr};
 }  // namespace
 
 const STParametreNumerique* CInfoLangue::pstGetParametreNumerique() {

@@ -494,36 +494,6 @@ EResultatFormat eNumeriqueVersChaine(const CAny& clValeur, const wchar_t* pszFor
 }
 
 // ---------------------------------------------------------------------------------------------
-// Byte sizes
-
-bool bTailleVersChaine(double dTaille, int nUnite, CXYString<wchar_t>* pclResultat) noexcept {
-    static const wchar_t* const s_apszUnites[] = {L"byte(s)", L"KB", L"MB", L"GB", L"TB"};
-    pclResultat->Vide();
-    if (nUnite < 0 || nUnite > 5) return false;
-    int nChoisie = nUnite;
-    if (nChoisie == 0) {
-        nChoisie = 1;
-        for (double d = std::fabs(dTaille); d >= 1024.0 && nChoisie < 5; d *= 0.0009765625) ++nChoisie;
-    }
-    wchar_t sz[400];
-    if (nChoisie == 1 || std::fabs(dTaille) < 1024.0) {
-        // The byte unit's "(s)" becomes "s" from 2 up and goes below.
-        const wchar_t* pszUnite = std::fabs(dTaille) >= 2.0 ? L"bytes" : L"byte";
-        const double dEntier = std::trunc(dTaille);
-        std::swprintf(sz, 400, L"%.0f %ls", std::isfinite(dEntier) ? dEntier : 0.0, pszUnite);
-    } else {
-        double d = dTaille;
-        for (int i = 1; i < nChoisie; ++i) d *= 0.0009765625;
-        std::swprintf(sz, 400, L"%#.2f %ls", d, s_apszUnites[nChoisie - 1]);
-        const wchar_t cPoint = cCaractereLocale(std::localeconv()->decimal_point, L'.');
-        for (wchar_t* p = sz; *p; ++p)
-            if (*p == L'.') *p = cPoint;
-    }
-    pclResultat->nAffecte(sz);
-    return true;
-}
-
-// ---------------------------------------------------------------------------------------------
 // Hexadecimal and buffers
 
 namespace {

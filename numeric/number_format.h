@@ -59,16 +59,10 @@ enum class EResultatFormat {
 };
 
 // The whole of NumeriqueVersChaine: the value under the format, into pclResultat (emptied on an
-// error). The locale's separators are read at each call; the system masks take the separators of
-// the machine's language when one is given.
+// error). The locale's separators are read at each call; the system masks take the layouts,
+// decimals, separators and currency of the machine's language when it has settings of its own.
 EResultatFormat eNumeriqueVersChaine(const CAny& clValeur, const wchar_t* pszFormat, CXYString<wchar_t>* pclResultat,
                                      IInfoLangue* piInfoLangue = nullptr) noexcept;
-
-// ---------------------------------------------------------------- byte sizes
-
-// A byte size as people read it: unit 0 picks the largest unit the size reaches, 1 to 5 force
-// bytes, kilobytes, megabytes, gigabytes, terabytes. False for another unit.
-bool bTailleVersChaine(double dTaille, int nUnite, CXYString<wchar_t>* pclResultat) noexcept;
 
 // ---------------------------------------------------------------- hexadecimal and buffers
 

@@ -4,6 +4,7 @@
 
 #include "component/thunk.h"
 #include "numeric/number_format.h"
+#include "numeric/number_mask.h"
 
 namespace {
 
@@ -42,10 +43,21 @@ CXYString<wchar_t> CComposanteStandard::NumeriqueVersChaine(const CAny* pclValeu
     return clResultat;
 }
 
+// The byte-size layout of the numeric masks, in the machine's language: its unit names and its
+// decimal separator.
 CXYString<wchar_t> CComposanteStandard::TailleVersChaine(long nTaille, int nUnite) {
     CXYString<wchar_t> clResultat;
-    if (!bTailleVersChaine(static_cast<double>(nTaille), nUnite, &clResultat))
+    if (nUnite < 0 || nUnite > 5) {
         RaiseError(&gstMyModuleInfo8, kErreurUnite, nUnite);
+        return clResultat;
+    }
+    CMasqueNumerique clMasque(L"DiskSize", nullptr);
+    IVM* piVM = piGetVM();
+    if (IInfoLangue* piLangue = piVM != nullptr ? piVM->piGetInfoLangue(0, 0) : nullptr)
+        clMasque.vSetInfoLangueMasque(piLangue, 0, 1252);
+    CTString clSortie;
+    clMasque.MetAuFormatTailleDisque(static_cast<double>(nTaille), &clSortie, nUnite);
+    clResultat.nAffecte(clSortie.pszGet());
     return clResultat;
 }
 

@@ -483,36 +483,6 @@ TEST_F(NumberFormat, EstNumeriqueReadsTextsThroughTheMachine) {
     EXPECT_FALSE(bEstNumerique(clBool));
 }
 
-TEST(ByteSizes, PickOrForceTheUnit) {
-    struct {
-        int nLine;
-        double d;
-        int nUnite;
-        const wchar_t* pszAttendu;
-    } const tabCas[] = {
-        {__LINE__, 0, 0, L"0 byte"},
-        {__LINE__, 1, 0, L"1 byte"},
-        {__LINE__, 2, 0, L"2 bytes"},
-        {__LINE__, 1023, 0, L"1023 bytes"},
-        {__LINE__, 1024, 0, L"1.00 KB"},
-        {__LINE__, 1536, 0, L"1.50 KB"},
-        {__LINE__, 5.5 * 1024 * 1024 * 1024, 0, L"5.50 GB"},
-        {__LINE__, 3.0 * 1024 * 1024 * 1024 * 1024 * 1024, 0, L"3072.00 TB"},
-        {__LINE__, 1048576, 1, L"1048576 bytes"},
-        {__LINE__, 1048576, 2, L"1024.00 KB"},
-        {__LINE__, 512, 3, L"512 bytes"},  // below 1024 stays in bytes
-        {__LINE__, 1048576, 5, L"0.00 TB"},
-    };
-    for (const auto& c : tabCas) {
-        CXYString<wchar_t> cl;
-        ASSERT_TRUE(bTailleVersChaine(c.d, c.nUnite, &cl)) << "row " << c.nLine;
-        EXPECT_EQ(std::wstring(cl.pszGet()), c.pszAttendu) << "row " << c.nLine;
-    }
-    CXYString<wchar_t> cl;
-    EXPECT_FALSE(bTailleVersChaine(1, 6, &cl));
-    EXPECT_FALSE(bTailleVersChaine(1, -1, &cl));
-}
-
 class NumberMethods : public NumberFormat {
 protected:
     int nErreur() { return m_cl.pclGetError()->eGetErrorLevel() == CXError::EL_NOERROR ? 0 : m_cl.pclGetError()->nGetUserErrorCode(); }

@@ -11,6 +11,8 @@
 #include <new>
 #include <string>
 
+#include "base/module_info.h"
+#include "base/resources.h"
 #include "base/xystring.h"
 #include "component/interfaces/machine.h"
 
@@ -26,7 +28,14 @@ constexpr wchar_t kMasqueMonnaie[] = L"MoneySystemMask";
 constexpr wchar_t kMasqueNumerique[] = L"NumSystemMask";
 constexpr wchar_t kMasqueTailleDisque[] = L"DiskSize";
 constexpr int kDecimalesSysteme = 2;   // no regional setting gives them to this library
+constexpr int kPlaceDeviseSysteme = 3;  // "1 $": nor the place of the currency symbol
 constexpr wchar_t kEspaceInsecable = 0xA0;
+constexpr unsigned int kRessourceUnitesTaille = 25202;  // "byte(s);KB;MB;GB;TB"
+
+// The language's own number settings; null when it takes the system's.
+const STParametreNumerique* pstNumeriqueLangue(IInfoLangue* piInfoLangue) {
+    return piInfoLangue != nullptr ? piInfoLangue->pstGetParametreNumerique() : nullptr;
+}
 
 bool bEstChiffre(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
@@ -189,10 +198,31 @@ void CMasqueNumerique::_InitMasqueEffectif(const wchar_t* pszMasque) noexcept {
     _DecoupeParties();
 }
 
-void CMasqueNumerique::_ConstruitMasqueSysteme(int nChiffres, bool bSymbole, bool, CTString* pclSortie) const noexcept {
+// A language with settings of its own gives its layouts of a number or an amount; without one the
+// mask is the grouped digits with the system's decimals, and the symbol at the system's place.
+void CMasqueNumerique::_ConstruitMasqueSysteme(int nChiffres, bool bSymbole, bool bMonnaie,
+                                               CTString* pclSortie) const noexcept {
+    if (const STParametreNumerique* pst = pstNumeriqueLangue(m_piInfoLangue)) {
+        if (bSymbole) {
+            STFormatMonetaire st;
+            st.nDecimales = pst->nDecimalesMonetaire;
+            st.pszSeparateurDecimal = pst->pszSeparateurDecimal;
+            st.pszSeparateurMillier = pst->pszSeparateurMillier;
+            st.nOrdrePositif = pst->nPlaceDevise;
+            st.nOrdreNegatif = pst->nOrdreNegatifMonetaire;
+            st.pszDevise = pst->pszDevise;
+            FormatMonetaireVersMasqueOV(&st, pclSortie);
+        } else {
+            STFormatNombre st;
+            st.nDecimales = bMonnaie ? pst->nDecimalesMonetaire : pst->nDecimalesNombre;
+            st.nOrdreNegatif = pst->nOrdreNegatifNombre;
+            FormatNumeriqueVersMasqueOV(&st, pclSortie);
+        }
+        return;
+    }
     sConstruitMasqueMonetaire(pclSortie, nChiffres, kDecimalesSysteme, m_cLettreMillier, m_cLettreDecimal);
     if (!bSymbole) return;
-    switch (m_nPlaceDevise) {
+    switch (kPlaceDeviseSysteme) {
         case 0:
         case 2: {
             // In front of the digits but behind the sign place, so that a negative amount reads "-$1".
@@ -201,7 +231,7 @@ void CMasqueNumerique::_ConstruitMasqueSysteme(int nChiffres, bool bSymbole, boo
             if (psz == nullptr) psz = L"";
             const bool bSigne = psz[0] == L'+';
             if (bSigne) cl.Add(L"+");
-            cl.Add(m_nPlaceDevise == 0 ? L"$" : L"$ ");
+            cl.Add(kPlaceDeviseSysteme == 0 ? L"$" : L"$ ");
             cl.Add(psz + (bSigne ? 1 : 0));
             pclSortie->Set(cl.pszGet());
             break;
@@ -413,28 +443,33 @@ void CMasqueNumerique::Formate(const wchar_t* pszTexte, CTString* pclSortie, con
     MetAuFormat(pszTexte, pclSortie, 0, pclCode);
 }
 
-// A language with number settings of its own gives the separators, the currency symbol (unless
-// flag 1 keeps the mask's) and its place; otherwise the class values stand. A right-to-left
-// language shows a blank thousands separator as a no-break space.
+// A language with number settings of its own gives the separators (unless they are fixed for
+// this mask) and, to a money mask, its currency symbol unless flag 1 keeps the class one; flag 1
+// or 2 makes any mask a money mask. A right-to-left language shows a blank thousands separator as
+// a no-break space. System masks are rebuilt in the language's layouts.
 void CMasqueNumerique::vSetInfoLangueMasque(IInfoLangue* piInfoLangue, int nOptions, unsigned int nCodePage) noexcept {
     CMasque::vSetInfoLangueMasque(piInfoLangue, nOptions, nCodePage);
-    if (m_dwOptions & SEPARATEURS_FIXES) return;
+    const wchar_t cMillier = m_cSeparateurMillier;
+    const wchar_t cDecimal = m_cSeparateurDecimal;
     _InitGlobales();
-    m_nPlaceDevise = 3;
-    if (const STParametreNumerique* pst = piInfoLangue != nullptr ? piInfoLangue->pstGetParametreNumerique() : nullptr) {
-        if (pst->pszSeparateurDecimal != nullptr && pst->pszSeparateurDecimal[0] != 0)
+    const STParametreNumerique* pst = pstNumeriqueLangue(piInfoLangue);
+    if (m_dwOptions & SEPARATEURS_FIXES) {
+        m_cSeparateurMillier = cMillier;
+        m_cSeparateurDecimal = cDecimal;
+    } else {
+        if (pst != nullptr && pst->pszSeparateurDecimal != nullptr && pst->pszSeparateurDecimal[0] != 0)
             m_cSeparateurDecimal = pst->pszSeparateurDecimal[0];
-        if (pst->pszSeparateurMillier != nullptr && pst->pszSeparateurMillier[0] != 0)
+        if (pst != nullptr && pst->pszSeparateurMillier != nullptr && pst->pszSeparateurMillier[0] != 0)
             m_cSeparateurMillier = pst->pszSeparateurMillier[0];
-        if ((nOptions & 1) == 0 && pst->pszDevise != nullptr && pst->pszDevise[0] != 0) {
-            // The symbol is held to the same bound as the class-wide currency.
-            const size_t n = std::wcslen(pst->pszDevise);
-            m_clDevise.Set(pst->pszDevise, static_cast<int>(n < TAILLE_DEVISE_MAX ? n : TAILLE_DEVISE_MAX));
-        }
-        if (pst->nPlaceDevise >= 0 && pst->nPlaceDevise <= 3) m_nPlaceDevise = pst->nPlaceDevise;
+        if (piInfoLangue != nullptr && m_cSeparateurMillier == L' ' && piInfoLangue->bEcritDeDroiteAGauche())
+            m_cSeparateurMillier = kEspaceInsecable;
     }
-    if (piInfoLangue != nullptr && m_cSeparateurMillier == L' ' && piInfoLangue->bEcritDeDroiteAGauche())
-        m_cSeparateurMillier = kEspaceInsecable;
+    const bool bMonnaie = (nOptions & 3) != 0 || m_bMonnaie || std::wcschr(m_clMasque.pszGet(), L'$') != nullptr;
+    if (pst != nullptr && bMonnaie && (nOptions & 1) == 0 && pst->pszDevise != nullptr && pst->pszDevise[0] != 0) {
+        // The symbol is held to the same bound as the class-wide currency.
+        const size_t n = std::wcslen(pst->pszDevise);
+        m_clDevise.Set(pst->pszDevise, static_cast<int>(n < TAILLE_DEVISE_MAX ? n : TAILLE_DEVISE_MAX));
+    }
     if (m_dwOptions & MASQUE_SYSTEME) {
         _ConstruitMasqueSysteme(m_nNbChiffre, (m_dwOptions & MASQUE_SYSTEME_SYMBOLE) != 0, m_bMonnaie, &m_clMasque);
         _DecoupeParties();
@@ -520,6 +555,177 @@ int CMasqueNumerique::nDecimalesMasque(int, int nPartie) const noexcept {
         else if (bFraction && (psz[i] == L'9' || psz[i] == L'0')) ++nDecimales;
     }
     return nDecimales;
+}
+
+uint32_t CMasqueNumerique::dwGetCouleurPourPourNull(int) const noexcept {
+    return m_nNbPartie > 3 ? m_tabPartie[3].dwCouleur : COULEUR_AUCUNE;
+}
+
+bool CMasqueNumerique::bCouleurDependDeLaValeur(int) const noexcept {
+    for (int i = 1; i < m_nNbPartie && i < 3; ++i)
+        if (m_tabPartie[i].dwCouleur != m_tabPartie[0].dwCouleur) return true;
+    return false;
+}
+
+bool CMasqueNumerique::bNegatifAccepte() const noexcept {
+    if (m_nNbPartie > 1 || m_bParentheses) return true;
+    int n = 0;
+    const wchar_t* psz = _pszPartie(0, &n);
+    for (int i = 0; i < n; ++i) {
+        if (psz[i] == L'\\') ++i;
+        else if (psz[i] == L'+') return true;
+        else if (psz[i] == L'-' && i + 1 < n && psz[i + 1] == L'-') ++i;
+        else if (psz[i] == L'-') return true;
+    }
+    return false;
+}
+
+int CMasqueNumerique::nGetNbChiffreSignificatifMasque(int) const noexcept {
+    int n = 0;
+    const wchar_t* psz = _pszPartie(0, &n);
+    int nPositions = 0;
+    for (int i = 0; i < n; ++i) {
+        if (psz[i] == L'\\') ++i;
+        else if (psz[i] == L'9' || psz[i] == L'0') ++nPositions;
+    }
+    return nPositions;
+}
+
+uint16_t CMasqueNumerique::wGetTypeFromMasque() const noexcept {
+    int n = 0;
+    const wchar_t* psz = _pszPartie(0, &n);
+    bool bDevise = m_bMonnaie;
+    for (int i = 0; i < n && !bDevise; ++i) {
+        if (psz[i] == L'\\') ++i;
+        else if (psz[i] == L'$' && i + 1 < n && psz[i + 1] == L'$') ++i;
+        else if (psz[i] == L'$') bDevise = true;
+    }
+    if (bDevise) return 0x0a;
+    if (nDecimalesMasque(0, 0) > 0 || bEstMasquePourcentage(0)) return 0x0c;
+    return nGetNbChiffreSignificatifMasque(0) > 9 ? 0x09 : 0x08;
+}
+
+// The text the positive part writes outside its digit positions, on one side.
+void CMasqueNumerique::_PrefixeOuPostfixe(bool bPostfixe, CTString* pclSortie) const noexcept {
+    int n = 0;
+    const wchar_t* psz = _pszPartie(0, &n);
+    int nPremiere = -1, nDerniere = -1;
+    for (int i = 0; i < n; ++i) {
+        if (psz[i] == L'\\') {
+            ++i;
+        } else if (psz[i] == L'9' || psz[i] == L'0') {
+            if (nPremiere < 0) nPremiere = i;
+            nDerniere = i;
+        }
+    }
+    int nDebut = 0, nFin = nPremiere < 0 ? n : nPremiere;
+    if (bPostfixe) {
+        nDebut = nPremiere < 0 ? n : nDerniere + 1;
+        nFin = n;
+    }
+    const bool bSignePlace = m_nNbPartie == 1;
+    for (int i = nDebut; i < nFin; ++i) {
+        const wchar_t c = psz[i];
+        const wchar_t cSuivant = i + 1 < nFin ? psz[i + 1] : 0;
+        if (c == L'\\') {
+            if (i + 1 < nFin) pclSortie->Add(psz[++i]);
+        } else if (c == L'$') {
+            if (cSuivant == L'$') {
+                ++i;
+                pclSortie->Add(L'$');
+            } else {
+                pclSortie->Add(m_clDevise.pszGet());
+            }
+        } else if ((c == L'%' || c == L'-') && cSuivant == c) {
+            ++i;
+            pclSortie->Add(c);
+        } else if ((c == L'(' || c == L')') && m_bParentheses) {
+            continue;
+        } else if ((c == L'+' || c == L'-') && bSignePlace) {
+            continue;
+        } else {
+            pclSortie->Add(c);
+        }
+    }
+}
+
+void CMasqueNumerique::GetPrefixeChiffre(CTString* pclSortie, int bRaw) const noexcept {
+    if (pclSortie == nullptr) return;
+    pclSortie->Vide();
+    if (!bRaw) _PrefixeOuPostfixe(false, pclSortie);
+}
+
+void CMasqueNumerique::GetPostfixeChiffre(CTString* pclSortie, int bRaw) const noexcept {
+    if (pclSortie == nullptr) return;
+    pclSortie->Vide();
+    if (!bRaw) _PrefixeOuPostfixe(true, pclSortie);
+}
+
+// Works on the mask as written, colours included, so that they stay around the new positions.
+void CMasqueNumerique::GetMasqueAvecNChiffres(CTString* pclSortie, int nChiffres, int nDecimales) const noexcept {
+    if (pclSortie == nullptr) return;
+    // Past any real number a count would only waste memory.
+    nChiffres = nChiffres < 0 ? 0 : (nChiffres > 1000 ? 1000 : nChiffres);
+    nDecimales = nDecimales < 0 ? 0 : (nDecimales > 1000 ? 1000 : nDecimales);
+    const wchar_t* psz = m_clMasque.pszGet();
+    const int n = static_cast<int>(std::wcslen(psz));
+    CTString clResultat;
+    int nPartie = 1;
+    int nDebutPartie = 0;
+    for (;;) {
+        // The part runs to a ";" that cuts (not escaped, not in a colour, not past the last part).
+        int i = nDebutPartie;
+        while (i < n) {
+            if (psz[i] == L'\\') {
+                i += 2;
+            } else if (psz[i] == L'[') {
+                while (i < n && psz[i] != L']') ++i;
+                if (i < n) ++i;
+            } else if (psz[i] == L';' && nPartie < NB_PARTIE_MAX) {
+                break;
+            } else {
+                ++i;
+            }
+        }
+        if (i > n) i = n;
+        // The part groups its digits when a thousands letter stands between two positions.
+        int nPremiere = -1, nDerniere = -1;
+        bool bGroupe = false, bLettre = false;
+        for (int j = nDebutPartie; j < i; ++j) {
+            if (psz[j] == L'\\') {
+                ++j;
+            } else if (psz[j] == L'[') {
+                while (j < i && psz[j] != L']') ++j;
+            } else if (psz[j] == L'9' || psz[j] == L'0') {
+                if (nPremiere < 0) nPremiere = j;
+                nDerniere = j;
+                bGroupe = bGroupe || bLettre;
+            } else if (nPremiere >= 0 && psz[j] == m_cLettreMillier) {
+                bLettre = true;
+            } else if (psz[j] == m_cLettreDecimal) {
+                bLettre = false;
+            }
+        }
+        if (nPremiere < 0) {
+            clResultat.Add(psz + nDebutPartie, i - nDebutPartie);
+        } else {
+            clResultat.Add(psz + nDebutPartie, nPremiere - nDebutPartie);
+            for (int k = 0; k < nChiffres; ++k) {
+                if (bGroupe && k > 0 && (nChiffres - k) % 3 == 0) clResultat.Add(m_cLettreMillier);
+                clResultat.Add(L'9');
+            }
+            if (nDecimales > 0) {
+                clResultat.Add(m_cLettreDecimal);
+                for (int k = 0; k < nDecimales; ++k) clResultat.Add(L'9');
+            }
+            clResultat.Add(psz + nDerniere + 1, i - nDerniere - 1);
+        }
+        if (i >= n) break;
+        clResultat.Add(L';');
+        ++nPartie;
+        nDebutPartie = i + 1;
+    }
+    pclSortie->Transfert(clResultat);
 }
 
 uint32_t CMasqueNumerique::sdwTexteVersCouleur(const wchar_t* pszTexte) noexcept {
@@ -754,8 +960,6 @@ void CMasqueNumerique::MetAuFormat(const wchar_t* pszTexte, CTString* pclSortie,
 }
 
 void CMasqueNumerique::MetAuFormatTailleDisque(double dValeur, CTString* pclSortie, int nUnite) const noexcept {
-    // The unit names, the byte one with its plural mark.
-    static const wchar_t* const s_tabUnite[] = {L"byte(s)", L"KB", L"MB", L"GB", L"TB"};
     if (pclSortie == nullptr || nUnite < 0 || nUnite > 5) return;
     const double dAbsolu = std::fabs(dValeur);
     int nChoisie = nUnite;
@@ -763,24 +967,37 @@ void CMasqueNumerique::MetAuFormatTailleDisque(double dValeur, CTString* pclSort
         nChoisie = 1;
         for (double d = dAbsolu; d >= 1024.0 && nChoisie < 5; d *= 0.0009765625) ++nChoisie;
     }
+    const bool bOctets = nChoisie == 1 || !(dAbsolu >= 1024.0);
+    CTString clUnites;
+    const STParametreNumerique* pst = pstNumeriqueLangue(m_piInfoLangue);
+    if (pst != nullptr && pst->pszUnitesTaille != nullptr && pst->pszUnitesTaille[0] != 0)
+        clUnites.Set(pst->pszUnitesTaille);
+    else
+        DLLRES_bLoadString(&gstMyModuleInfo8, kRessourceUnitesTaille, &clUnites);
+    CTString clUnite;
+    if (!clUnites.bExtraitChaine(bOctets ? 0 : nChoisie - 1, L";", &clUnite)) clUnite.Vide();
+    if (bOctets && clUnite.bTerminePar(L"(s)")) {
+        const int n = static_cast<int>(std::wcslen(clUnite.pszGet()));
+        CTString cl;
+        cl.Set(clUnite.pszGet(), n - 3);
+        if (dAbsolu >= 2.0) cl.Add(L's');
+        clUnite.Transfert(cl);
+    }
+    // The figures alone fit in the buffer: a double has at most 309 integer digits.
     wchar_t sz[400];
-    if (nChoisie == 1 || !(dAbsolu >= 1024.0)) {
-        std::wstring sUnite = s_tabUnite[0];
-        if (sUnite.size() >= 3 && sUnite.compare(sUnite.size() - 3, 3, L"(s)") == 0) {
-            sUnite.resize(sUnite.size() - 3);
-            if (dAbsolu >= 2.0) sUnite.push_back(L's');
-        }
+    if (bOctets) {
         // Whole bytes; a size past any integer still prints its digits rather than wrapping.
         const double dEntier = std::isfinite(dValeur) ? std::trunc(dValeur) : 0.0;
-        std::swprintf(sz, 400, L"%.0f %ls", dEntier, sUnite.c_str());
+        std::swprintf(sz, 400, L"%.0f", dEntier);
     } else {
         double d = dValeur;
         for (int i = 1; i < nChoisie; ++i) d *= 0.0009765625;
-        std::swprintf(sz, 400, L"%#.2f %ls", d, s_tabUnite[nChoisie - 1]);
+        std::swprintf(sz, 400, L"%#.2f", d);
         for (wchar_t* p = sz; *p != 0; ++p)
             if (*p == L'.') *p = m_cSeparateurDecimal;
     }
     pclSortie->Set(sz);
+    if (!clUnite.bEstVide()) pclSortie->Add(L" ", clUnite.pszGet(), L"");
 }
 
 void CMasqueNumerique::DeformateNum(const wchar_t* pszTexte, CTString* pclSortie, int bRaw) const noexcept {

@@ -70,18 +70,41 @@ public:
 
     // A byte size as people read it: unit 0 picks the largest unit the size reaches, 1 to 5 force
     // bytes, kilobytes, megabytes, gigabytes, terabytes; another unit leaves the output as it is.
+    // The unit names are the language's when it gives its own, else those of the message block.
     void MetAuFormatTailleDisque(double dValeur, CTString* pclSortie, int nUnite) const noexcept;
 
     // ---- parts and colours (parts 0 positive, 1 negative, 2 zero, 3 null)
     // False when the mask has no such part of its own; the text is then the part that stands in.
     bool bGetPartieMasque(int nPartie, int bRaw, CTString* pclSortie, uint32_t* pdwCouleur) const noexcept;
     uint32_t dwGetCouleurPourValeur(const wchar_t* pszTexte, int bRaw) const noexcept;
+    // The colour of the null part; COULEUR_AUCUNE when the mask has none.
+    uint32_t dwGetCouleurPourPourNull(int bRaw) const noexcept;
     const wchar_t* pszGetValeurPourNull(CTString* pclSortie, int bRaw, uint32_t* pdwCouleur) const noexcept;
+    // Whether the positive, negative and zero parts do not all show the same colour.
+    bool bCouleurDependDeLaValeur(int bRaw) const noexcept;
 
     // ---- facts about the mask
     bool bEstMasquePourcentage(int bRaw) const noexcept;
     bool bEstMasqueTailleDisque(int bRaw) const noexcept;
     int nDecimalesMasque(int bRaw, int nPartie) const noexcept;
+    // Whether the mask shows a negative value in a layout of its own: a negative part, or a sign
+    // place or parentheses in its only part.
+    bool bNegatifAccepte() const noexcept;
+    // Digit positions of the positive part, integer and fraction together.
+    int nGetNbChiffreSignificatifMasque(int bRaw) const noexcept;
+    // The type code that holds a value typed under the mask without loss: money (0x0a) for a
+    // currency mask, real (0x0c) with decimals or a percent, 64-bit (0x09) past nine integer
+    // positions, else int (0x08).
+    uint16_t wGetTypeFromMasque() const noexcept;
+    // What the positive part writes before its first digit position and after its last one, for
+    // a positive value: currency and escapes resolved, sign places and colours left out. Empty
+    // with bRaw, which leaves literals out.
+    void GetPrefixeChiffre(CTString* pclSortie, int bRaw) const noexcept;
+    void GetPostfixeChiffre(CTString* pclSortie, int bRaw) const noexcept;
+    // The mask with each part's digit positions replaced by nChiffres integer positions (grouped
+    // by three when the part groups them) and nDecimales fraction positions; text and colours
+    // around the positions stay.
+    void GetMasqueAvecNChiffres(CTString* pclSortie, int nChiffres, int nDecimales) const noexcept;
     const wchar_t* pszGetMasque() const noexcept { return m_clMasque.pszGet(); }
     wchar_t cGetSeparateurDecimal() const noexcept { return m_cSeparateurDecimal; }
     wchar_t cGetSeparateurMillier() const noexcept { return m_cSeparateurMillier; }
@@ -102,6 +125,18 @@ public:
     // The overflow text "+++++" and an empty null text.
     static const wchar_t* s_pszTexteErreurDefaut(eCHAINEERREUR e) noexcept;
 
+    // The low-level digit formatter, on a decimal text in place: an exponent expanded (bEtend),
+    // nSignificatifs digits kept (above 0), the fraction cut and rounded half up to nDecimales
+    // (-1: trailing zeros dropped), padded to nLargeur (alignment 1 left, 0 right; a longer result
+    // gives "*E*"), and trailing fraction zeros dropped with bSupprimeZeros.
+    static void FmtNum(CTString* pclTampon, int nLargeur, int nDecimales, int nSignificatifs, int nAlignement,
+                       int bEtend, int bSupprimeZeros) noexcept;
+    // A value as text with at most nDecimales decimals, rounded half up; trailing zeros dropped.
+    // Texts, money and integers keep every digit; a real that is not finite or past 1e300 gives
+    // the callback's overflow text.
+    static void NumeriqueVersChaineArrondi(const CAny& clValeur, CAny* pclSortie, int nDecimales,
+                                           PFNTexteErreurMasque pfnTexte) noexcept;
+
     static wchar_t ms_cSeparateurDecimal;
     static wchar_t ms_cSeparateurMillier;
     static wchar_t ms_pszDevise[TAILLE_DEVISE_MAX + 1];
@@ -121,6 +156,7 @@ private:
     int _nPartiePourValeur(const wchar_t* pszTexte, bool* pbNegatif, bool* pbZero) const noexcept;
     const wchar_t* _pszPartie(int nPartie, int* pnLongueur) const noexcept;
     const wchar_t* _pszTexte(eCHAINEERREUR e) const noexcept;
+    void _PrefixeOuPostfixe(bool bPostfixe, CTString* pclSortie) const noexcept;
 
     // ---- fields, in the order the machine's code knows them
     CTString m_clMasque;
@@ -140,5 +176,4 @@ private:
     bool m_bParentheses = false;   // the negative part holds "(" and ")"
     bool m_bTailleDisque = false;
     bool m_bMonnaie = false;       // a money system mask
-    int m_nPlaceDevise = 3;        // where "MoneySystemMask$" puts the symbol: 0 "$1", 1 "1$", 2 "$ 1", 3 "1 $"
 };

@@ -1,5 +1,6 @@
 // The numeric mask under French and English regional settings: digit positions, separators,
-// signs, sections, overflow, units, colours, reading back, and masks that make no sense.
+// signs, sections, overflow, units, colours, reading back, and masks that make no sense; system
+// masks and byte sizes in a language's own layouts; what a mask tells about itself.
 #include "numeric/number_mask.h"
 
 #include <gtest/gtest.h>
@@ -359,6 +360,221 @@ TEST_F(NumberMask, ByteSizesWithSingularAndPlural) {
     EXPECT_STREQ(clSortie.pszGet(), L"inchang\u00e9");
     cl.Formate(L"1048576", &clSortie, nullptr);
     EXPECT_STREQ(clSortie.pszGet(), L"1,00 MB");
+}
+
+}  // namespace
+
+namespace {
+
+// A language with number settings of its own, as a test sets them.
+class CLangueNumerique : public CLangueDroiteAGauche {
+public:
+    explicit CLangueNumerique(const STParametreNumerique& st, bool bDroiteAGauche = false)
+        : m_st(st), m_bDroiteAGauche(bDroiteAGauche) {}
+    int bEcritDeDroiteAGauche() override { return m_bDroiteAGauche ? 1 : 0; }
+    const STParametreNumerique* pstGetParametreNumerique() override { return &m_st; }
+    STParametreNumerique m_st;
+    bool m_bDroiteAGauche;
+};
+
+constexpr STParametreNumerique kAnglais = {L".", L",", L"$", 0, 2, 1, 2, 1, nullptr};
+
+std::wstring sSysteme(const wchar_t* pszMasque, IInfoLangue* piLangue, const wchar_t* pszValeur, int nOptions = 0) {
+    CMasqueNumerique cl(pszMasque, nullptr);
+    cl.vSetInfoLangueMasque(piLangue, nOptions, 1252);
+    CTString clSortie;
+    cl.Formate(pszValeur, &clSortie, nullptr);
+    return clSortie.pszGet();
+}
+
+TEST_F(NumberMask, SystemMasksTakeTheLanguageLayouts) {
+    struct {
+        int nLigne;
+        int nPositif, nNegatifMonetaire, nDecimalesMonetaire, nNegatifNombre, nDecimalesNombre;
+        const wchar_t* pszMasque;
+        const wchar_t* pszValeur;
+        const wchar_t* pszAttendu;
+    } static const s_tab[] = {
+        {__LINE__, 0, 0, 2, 1, 2, L"MoneySystemMask$", L"-1234.5", L"($1,234.50)"},
+        {__LINE__, 0, 0, 2, 1, 2, L"MoneySystemMask$", L"1234.5", L"$1,234.50"},
+        {__LINE__, 0, 1, 2, 1, 2, L"MoneySystemMask$", L"-1234.5", L"-$1,234.50"},
+        {__LINE__, 0, 1, 3, 1, 2, L"MoneySystemMask$", L"-1234.5", L"-$1,234.500"},
+        {__LINE__, 3, 8, 2, 1, 2, L"MoneySystemMask$", L"-1234.5", L"-1,234.50 $"},
+        {__LINE__, 2, 12, 0, 1, 2, L"MoneySystemMask$", L"-1234.5", L"$ -1,235"},
+        {__LINE__, 1, 15, 2, 1, 2, L"MoneySystemMask$", L"-7", L"(7.00 $)"},
+        // Numbers: the number decimals and negative order; a money mask without its symbol takes
+        // the money decimals.
+        {__LINE__, 0, 1, 3, 0, 1, L"NumSystemMask", L"-1234.56", L"(1,234.6)"},
+        {__LINE__, 0, 1, 3, 3, 1, L"NumSystemMask", L"-1234.56", L"1,234.6 -"},
+        {__LINE__, 0, 1, 3, 1, 1, L"MoneySystemMask", L"-1234.56", L"-1,234.560"},
+    };
+    for (const auto& st : s_tab) {
+        STParametreNumerique stParametres = kAnglais;
+        stParametres.nPlaceDevise = st.nPositif;
+        stParametres.nOrdreNegatifMonetaire = st.nNegatifMonetaire;
+        stParametres.nDecimalesMonetaire = st.nDecimalesMonetaire;
+        stParametres.nOrdreNegatifNombre = st.nNegatifNombre;
+        stParametres.nDecimalesNombre = st.nDecimalesNombre;
+        CLangueNumerique clLangue(stParametres);
+        EXPECT_EQ(sSysteme(st.pszMasque, &clLangue, st.pszValeur), st.pszAttendu) << "line " << st.nLigne;
+    }
+    // Without a language of its own the system's layout stands: grouped digits, two decimals.
+    EXPECT_EQ(sSysteme(L"MoneySystemMask$", nullptr, L"-1234.5"), L"-1 234,50 \u20ac");
+    CLangueDroiteAGauche clSysteme;
+    EXPECT_EQ(sSysteme(L"NumSystemMask", &clSysteme, L"-1234.5"), L"-1\u00a0234,50");
+}
+
+TEST_F(NumberMask, LanguageGivesSeparatorsAndCurrencyToMoneyMasksOnly) {
+    STParametreNumerique st = kAnglais;
+    st.pszDevise = L"\U0001F4B0";
+    CLangueNumerique clLangue(st);
+    EXPECT_EQ(sSysteme(L"999 999,99 $", &clLangue, L"1234.5"), L"1,234.50 \U0001F4B0");
+    // Flag 1 keeps the class currency; flag 2 makes a mask without "$" a money mask.
+    EXPECT_EQ(sSysteme(L"999 999,99 $", &clLangue, L"1234.5", 1), L"1,234.50 \u20ac");
+    EXPECT_EQ(sSysteme(L"999 999,99", &clLangue, L"1234.5", 2), L"1,234.50");
+    // A right-to-left language with a blank separator of its own shows a no-break space.
+    st.pszSeparateurMillier = L" ";
+    CLangueNumerique clDroite(st, true);
+    EXPECT_EQ(sSysteme(L"999 999,99", &clDroite, L"1234.5"), L"1\u00a0234.50");
+    // Back to no language: the class values return.
+    CMasqueNumerique cl(L"999 999,99 $", nullptr);
+    cl.vSetInfoLangueMasque(&clLangue, 0, 1252);
+    cl.vSetInfoLangueMasque(nullptr, 0, 1252);
+    CTString clSortie;
+    cl.Formate(L"1234.5", &clSortie, nullptr);
+    EXPECT_STREQ(clSortie.pszGet(), L"1 234,50 \u20ac");
+}
+
+TEST_F(NumberMask, ByteSizesSpeakTheLanguage) {
+    STParametreNumerique st = kAnglais;
+    st.pszSeparateurDecimal = L",";
+    st.pszUnitesTaille = L"octet(s);Ko;Mo;Go;To";
+    CLangueNumerique clFrancais(st);
+    struct {
+        int nLigne;
+        double dValeur;
+        int nUnite;
+        const wchar_t* pszAttendu;
+    } static const s_tab[] = {
+        {__LINE__, 0.0, 0, L"0 octet"},           {__LINE__, 1.0, 0, L"1 octet"},
+        {__LINE__, 2.0, 0, L"2 octets"},          {__LINE__, 1536.0, 0, L"1,50 Ko"},
+        {__LINE__, 5.5 * 1024 * 1024 * 1024, 0, L"5,50 Go"},
+        {__LINE__, 1048576.0, 2, L"1024,00 Ko"}, {__LINE__, 512.0, 3, L"512 octets"},
+        {__LINE__, 1048576.0, 5, L"0,00 To"},
+    };
+    CMasqueNumerique cl(L"DiskSize", nullptr);
+    cl.vSetInfoLangueMasque(&clFrancais, 0, 1252);
+    for (const auto& c : s_tab) {
+        CTString clSortie;
+        cl.MetAuFormatTailleDisque(c.dValeur, &clSortie, c.nUnite);
+        EXPECT_STREQ(clSortie.pszGet(), c.pszAttendu) << "line " << c.nLigne;
+    }
+    // A language without unit names of its own takes those of the message block.
+    CLangueNumerique clAnglais(kAnglais);
+    cl.vSetInfoLangueMasque(&clAnglais, 0, 1252);
+    CTString clSortie;
+    cl.MetAuFormatTailleDisque(1536.0, &clSortie, 0);
+    EXPECT_STREQ(clSortie.pszGet(), L"1.50 KB");
+}
+
+TEST_F(NumberMask, ColoursOfTheParts) {
+    struct {
+        int nLigne;
+        const wchar_t* pszMasque;
+        bool bDepend;
+        uint32_t dwNull;
+    } static const s_tab[] = {
+        {__LINE__, L"[Rouge]999;[Bleu]-999", true, CMasqueNumerique::COULEUR_AUCUNE},
+        {__LINE__, L"[Rouge]999;[Rouge]-999", false, CMasqueNumerique::COULEUR_AUCUNE},
+        {__LINE__, L"999;-999;[Vert]z\u00e9ro", true, CMasqueNumerique::COULEUR_AUCUNE},
+        {__LINE__, L"999;-999;0;[Vert]Nul", false, 65280},
+        {__LINE__, L"[Jaune]999", false, CMasqueNumerique::COULEUR_AUCUNE},
+    };
+    for (const auto& st : s_tab) {
+        CMasqueNumerique cl(st.pszMasque, nullptr);
+        EXPECT_EQ(cl.bCouleurDependDeLaValeur(0), st.bDepend) << "line " << st.nLigne;
+        EXPECT_EQ(cl.dwGetCouleurPourPourNull(0), st.dwNull) << "line " << st.nLigne;
+    }
+}
+
+TEST_F(NumberMask, FactsAboutSignsDigitsAndType) {
+    struct {
+        int nLigne;
+        const wchar_t* pszMasque;
+        bool bNegatif;
+        int nChiffres;
+        uint16_t wType;
+    } static const s_tab[] = {
+        {__LINE__, L"999", false, 3, 0x08},
+        {__LINE__, L"+999", true, 3, 0x08},
+        {__LINE__, L"--999", false, 3, 0x08},
+        {__LINE__, L"999-", true, 3, 0x08},
+        {__LINE__, L"999;(999)", true, 3, 0x08},
+        {__LINE__, L"(999)", true, 3, 0x08},
+        {__LINE__, L"\\9 99", false, 2, 0x08},
+        {__LINE__, L"9 999 999 999", false, 10, 0x09},
+        {__LINE__, L"999 999,99", false, 8, 0x0c},
+        {__LINE__, L"99%", false, 2, 0x0c},
+        {__LINE__, L"999 $", false, 3, 0x0a},
+        {__LINE__, L"$$999", false, 3, 0x08},
+        {__LINE__, L"MoneySystemMask", true, 19, 0x0a},
+    };
+    for (const auto& st : s_tab) {
+        CMasqueNumerique cl(st.pszMasque, nullptr);
+        EXPECT_EQ(cl.bNegatifAccepte(), st.bNegatif) << "line " << st.nLigne;
+        EXPECT_EQ(cl.nGetNbChiffreSignificatifMasque(0), st.nChiffres) << "line " << st.nLigne;
+        EXPECT_EQ(cl.wGetTypeFromMasque(), st.wType) << "line " << st.nLigne;
+    }
+}
+
+TEST_F(NumberMask, TextAroundTheDigits) {
+    struct {
+        int nLigne;
+        const wchar_t* pszMasque;
+        const wchar_t* pszPrefixe;
+        const wchar_t* pszPostfixe;
+    } static const s_tab[] = {
+        {__LINE__, L"Total\u00e9 999,99 \U0001F4B0", L"Total\u00e9 ", L" \U0001F4B0"},
+        {__LINE__, L"+$999,99", L"\u20ac", L""},
+        {__LINE__, L"$$ 999 %%", L"$ ", L" %"},
+        {__LINE__, L"(999);-999", L"(", L")"},   // parentheses only mark negatives in the negative part
+        {__LINE__, L"(999);(999)", L"", L""},
+        {__LINE__, L"(999)", L"", L""},
+        {__LINE__, L"\\9999\\0 m", L"9", L"0 m"},
+        {__LINE__, L"Nul", L"Nul", L""},
+    };
+    for (const auto& st : s_tab) {
+        CMasqueNumerique cl(st.pszMasque, nullptr);
+        CTString clPrefixe, clPostfixe;
+        cl.GetPrefixeChiffre(&clPrefixe, 0);
+        cl.GetPostfixeChiffre(&clPostfixe, 0);
+        EXPECT_STREQ(clPrefixe.pszGet(), st.pszPrefixe) << "line " << st.nLigne;
+        EXPECT_STREQ(clPostfixe.pszGet(), st.pszPostfixe) << "line " << st.nLigne;
+        cl.GetPrefixeChiffre(&clPrefixe, 1);
+        EXPECT_STREQ(clPrefixe.pszGet(), L"") << "line " << st.nLigne;
+    }
+}
+
+TEST_F(NumberMask, MaskWithAnotherNumberOfDigits) {
+    struct {
+        int nLigne;
+        const wchar_t* pszMasque;
+        int nChiffres, nDecimales;
+        const wchar_t* pszAttendu;
+    } static const s_tab[] = {
+        {__LINE__, L"999 999,99", 4, 1, L"9 999,9"},
+        {__LINE__, L"9 999;9 999;Z\u00e9ro", 7, 2, L"9 999 999,99;9 999 999,99;Z\u00e9ro"},
+        {__LINE__, L"[Rouge]+999,99 $;[#0000FF](999,99 $)", 5, 0, L"[Rouge]+99999 $;[#0000FF](99999 $)"},
+        {__LINE__, L"999 $", 7, 0, L"9999999 $"},
+        {__LINE__, L"\\9 99", 1, 0, L"\\9 9"},
+        {__LINE__, L"Nul", 3, 2, L"Nul"},
+    };
+    for (const auto& st : s_tab) {
+        CMasqueNumerique cl(st.pszMasque, nullptr);
+        CTString clSortie;
+        cl.GetMasqueAvecNChiffres(&clSortie, st.nChiffres, st.nDecimales);
+        EXPECT_STREQ(clSortie.pszGet(), st.pszAttendu) << "line " << st.nLigne;
+    }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // defaults filled by the thunks, results and numbered errors read back as a program sees them.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -59,9 +60,40 @@ TEST_F(NumbersEndToEnd, BadInputRaisesTheNumberedErrors) {
     }
 }
 
-TEST_F(NumbersEndToEnd, SizesAndColoursFromText) {
-    EXPECT_EQ(stCall("TailleVersChaine", {CValue::Int64(1536)}).clResult.sText, L"1.50 KB");
-    EXPECT_EQ(stCall("TailleVersChaine", {CValue::Int64(1536), CValue::Int(1)}).clResult.sText, L"1536 bytes");
+TEST_F(NumbersEndToEnd, SizesSpeakTheMachineLanguage) {
+    struct {
+        int nLine;
+        CInfoLangue::ELangue eLangue;
+        std::vector<CValue> tab;
+        const wchar_t* pszAttendu;
+    } const tabCas[] = {
+        {__LINE__, CInfoLangue::LANGUE_FRANCAIS, {CValue::Int64(1536)}, L"1,50 Ko"},
+        {__LINE__, CInfoLangue::LANGUE_FRANCAIS, {CValue::Int64(1536), CValue::Int(1)}, L"1536 octets"},
+        {__LINE__, CInfoLangue::LANGUE_FRANCAIS, {CValue::Int64(1), CValue::Int(0)}, L"1 octet"},
+        {__LINE__, CInfoLangue::LANGUE_FRANCAIS, {CValue::Int64(3LL << 40), CValue::Int(4)}, L"3072,00 Go"},
+        {__LINE__, CInfoLangue::LANGUE_ANGLAIS, {CValue::Int64(1536)}, L"1.50 KB"},
+        {__LINE__, CInfoLangue::LANGUE_ANGLAIS, {CValue::Int64(-2), CValue::Int(1)}, L"-2 bytes"},
+        {__LINE__, CInfoLangue::LANGUE_ANGLAIS, {CValue::Int64(5LL << 20), CValue::Int(5)}, L"0.00 TB"},
+    };
+    for (const auto& c : tabCas) {
+        CMachineServices::s_Instance().clInfoLangue().SetLangue(c.eLangue);
+        const STCallOutcome st = stCall("TailleVersChaine", c.tab);
+        EXPECT_FALSE(st.bError) << "row " << c.nLine;
+        EXPECT_EQ(st.clResult.sText, c.pszAttendu) << "row " << c.nLine;
+    }
+}
+
+// The overloads whose defaults the thunks fill: each one answers as the full call would.
+TEST_F(NumbersEndToEnd, DefaultedOverloadsAnswerAsTheFullCall) {
+    const std::string sOctets("\x01\x02\x03\x04\x05\x06\x07\x08\0\0\0\0\0\0\x04\x40", 16);
+    EXPECT_EQ(stCall("EntierVersHexa", {CValue::Int(-2)}).clResult.sText, L"FFFFFFFE");
+    EXPECT_EQ(stCall("BufferVersHexa", {CValue::Buffer(sOctets.substr(0, 4)), CValue::Int(2)}).clResult.sText,
+              L"0102 0304\r\n");
+    EXPECT_EQ(stCall("BufferVersEntier", {CValue::Buffer(sOctets), CValue::Int64(2)}).clResult.nInteger, 0x06050403);
+    EXPECT_EQ(stCall("BufferVersReel", {CValue::Buffer(sOctets), CValue::Int64(8)}).clResult.dReal, 2.5);
+}
+
+TEST_F(NumbersEndToEnd, ColoursFromText) {
     EXPECT_EQ(stCall("RVB", {CValue::Text(L"FF"), CValue::Text(L"0x80"), CValue::Text(L"01")}).clResult.nInteger,
               0xff + 0x80 * 256 + 65536);
 }
@@ -115,6 +147,27 @@ TEST_F(NumbersEndToEnd, PrintfFormatsTakeTheProcessLocaleInEveryLanguage) {
                   .clResult.sText,
               L"0.00");
 }
+
+#ifdef OVRUN_PATH
+std::string sOvrun(const std::string& sArguments) {
+    std::string sSortie;
+    FILE* pf = popen((std::string(OVRUN_PATH) + " " + sArguments + " 2>&1").c_str(), "r");
+    if (pf == nullptr) return sSortie;
+    char sz[512];
+    while (std::fgets(sz, sizeof sz, pf) != nullptr) sSortie += sz;
+    pclose(pf);
+    return sSortie;
+}
+
+// The whole road from the command line: the language chosen there reaches the masks.
+TEST(NumbersOvrun, SystemMasksAndSizesInFrenchAndEnglish) {
+    const std::string sExpr = " -e 'NumeriqueVersChaine(-1234.5, \"MoneySystemMask$\")'"
+                              " -e 'NumeriqueVersChaine(-1234567.891, \"NumSystemMask\")' -e 'TailleVersChaine(1536)'"
+                              " -e 'TailleVersChaine(1, 1)'";
+    EXPECT_EQ(sOvrun("--langue fr" + sExpr), "-1 234,50 \u20ac\n-1 234 567,89\n1,50 Ko\n1 octet\n");
+    EXPECT_EQ(sOvrun("--langue en" + sExpr), "-$1,234.50\n-1,234,567.89\n1.50 KB\n1 byte\n");
+}
+#endif
 
 }  // namespace
 }  // namespace ovhost

@@ -150,7 +150,14 @@ struct STParametreNumerique {
     const wchar_t* pszSeparateurDecimal;
     const wchar_t* pszSeparateurMillier;
     const wchar_t* pszDevise;  // the currency symbol
-    int nPlaceDevise;          // 0 "$1", 1 "1$", 2 "$ 1", 3 "1 $"
+    int nPlaceDevise;          // 0 "$1", 1 "1$", 2 "$ 1", 3 "1 $": the layout of a positive amount
+    int nDecimalesNombre;
+    int nOrdreNegatifNombre;     // 0 "(1)", 1 "-1", 2 "- 1", 3 "1-", 4 "1 -"
+    int nDecimalesMonetaire;
+    int nOrdreNegatifMonetaire;  // 0 "($1)", 1 "-$1", 2 "$-1", 3 "$1-", 4 "(1$)", 5 "-1$", 6 "1-$", 7 "1$-",
+                                 // 8 "-1 $", 9 "-$ 1", 10 "1 $-", 11 "$ 1-", 12 "$ -1", 13 "1- $",
+                                 // 14 "($ 1)", 15 "(1 $)"
+    const wchar_t* pszUnitesTaille;  // byte-size units, ";"-separated, bytes first with "(s)"; null: the library's
 };
 
 // Language information for date and number texts. Only the leading slots are named here; the
