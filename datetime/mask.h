@@ -16,7 +16,8 @@ using PFNTexteErreurMasque = const wchar_t* (*)(eCHAINEERREUR);
 class CMasque {
 public:
     // Regional settings that masks read through _GetWinIntlParam. Only the short date pattern and
-    // the time pattern are read by the date masks.
+    // the time pattern are read by the date masks; the separators, the currency, the decimals and
+    // the place of the symbol by the numeric masks. Counts and places are decimal texts.
     enum eLOCALE_PARAMETRE : int {
         LOCALE_SEPARATEUR_DECIMAL = 0,
         LOCALE_SEPARATEUR_MILLIERS = 1,
@@ -26,7 +27,10 @@ public:
         LOCALE_DATE_COURTE = 5,
         LOCALE_DATE_LONGUE = 6,
         LOCALE_HEURE = 7,
-        LOCALE_NB_PARAMETRE = 8,
+        LOCALE_DECIMALES_NOMBRE = 8,
+        LOCALE_DECIMALES_MONETAIRE = 9,
+        LOCALE_PLACE_DEVISE = 10,  // 0 "$1", 1 "1$", 2 "$ 1", 3 "1 $"
+        LOCALE_NB_PARAMETRE = 11,
     };
     static constexpr int TAILLE_PARAMETRE_LOCALE = 17;  // characters, terminator included
 

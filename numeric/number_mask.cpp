@@ -27,8 +27,18 @@ constexpr wchar_t kMasqueMonnaieSymbole[] = L"MoneySystemMask$";
 constexpr wchar_t kMasqueMonnaie[] = L"MoneySystemMask";
 constexpr wchar_t kMasqueNumerique[] = L"NumSystemMask";
 constexpr wchar_t kMasqueTailleDisque[] = L"DiskSize";
-constexpr int kDecimalesSysteme = 2;   // no regional setting gives them to this library
-constexpr int kPlaceDeviseSysteme = 3;  // "1 $": nor the place of the currency symbol
+// A count or place of the regional settings; the default when the setting is missing or not a
+// small number.
+int nParametreSysteme(CMasque::eLOCALE_PARAMETRE eParametre, int nDefaut, int nMax) noexcept {
+    CTString cl;
+    CMasque::_GetWinIntlParam(eParametre, L"", &cl);
+    const wchar_t* psz = cl.pszGet();
+    if (psz == nullptr || psz[0] == 0) return nDefaut;
+    wchar_t* pszFin = nullptr;
+    const long n = std::wcstol(psz, &pszFin, 10);
+    if (*pszFin != 0 || n < 0 || n > nMax) return nDefaut;
+    return static_cast<int>(n);
+}
 constexpr wchar_t kEspaceInsecable = 0xA0;
 constexpr unsigned int kRessourceUnitesTaille = 25202;  // "byte(s);KB;MB;GB;TB"
 
@@ -220,9 +230,13 @@ void CMasqueNumerique::_ConstruitMasqueSysteme(int nChiffres, bool bSymbole, boo
         }
         return;
     }
-    sConstruitMasqueMonetaire(pclSortie, nChiffres, kDecimalesSysteme, m_cLettreMillier, m_cLettreDecimal);
+    // Without regional settings: two decimals, and the symbol after the amount ("1 $").
+    const int nDecimales = bMonnaie || bSymbole ? nParametreSysteme(LOCALE_DECIMALES_MONETAIRE, 2, 30)
+                                                : nParametreSysteme(LOCALE_DECIMALES_NOMBRE, 2, 30);
+    sConstruitMasqueMonetaire(pclSortie, nChiffres, nDecimales, m_cLettreMillier, m_cLettreDecimal);
     if (!bSymbole) return;
-    switch (kPlaceDeviseSysteme) {
+    const int nPlace = nParametreSysteme(LOCALE_PLACE_DEVISE, 3, 3);
+    switch (nPlace) {
         case 0:
         case 2: {
             // In front of the digits but behind the sign place, so that a negative amount reads "-$1".
@@ -231,7 +245,7 @@ void CMasqueNumerique::_ConstruitMasqueSysteme(int nChiffres, bool bSymbole, boo
             if (psz == nullptr) psz = L"";
             const bool bSigne = psz[0] == L'+';
             if (bSigne) cl.Add(L"+");
-            cl.Add(kPlaceDeviseSysteme == 0 ? L"$" : L"$ ");
+            cl.Add(nPlace == 0 ? L"$" : L"$ ");
             cl.Add(psz + (bSigne ? 1 : 0));
             pclSortie->Set(cl.pszGet());
             break;

@@ -152,6 +152,32 @@ TEST_F(NumberMask, SystemMasks) {
     EXPECT_STREQ(clSortie.pszGet(), L"+++");
 }
 
+// Without a language the system's counts and places apply; a setting that is no small number is
+// ignored rather than trusted.
+TEST_F(NumberMask, SystemMasksTakeTheSystemDecimalsAndSymbolPlace) {
+    const struct {
+        int nLigne;
+        const wchar_t *pszNombre, *pszMonnaie, *pszPlace, *pszMasque, *pszAttendu;
+    } tab[] = {
+        {__LINE__, L"3", L"2", L"3", L"NumSystemMask", L"-1 234,568"},
+        {__LINE__, L"0", L"2", L"3", L"NumSystemMask", L"-1 235"},
+        {__LINE__, L"3", L"1", L"3", L"MoneySystemMask", L"-1 234,6"},
+        {__LINE__, L"3", L"1", L"0", L"MoneySystemMask$", L"-\u20ac1 234,6"},
+        {__LINE__, L"3", L"2", L"2", L"MoneySystemMask$", L"-\u20ac 1 234,57"},
+        {__LINE__, L"3", L"2", L"1", L"MoneySystemMask$", L"-1 234,57\u20ac"},
+        {__LINE__, L"x", L"99", L"7", L"MoneySystemMask$", L"-1 234,57 \u20ac"},
+        {__LINE__, L"-1", L"", L"", L"NumSystemMask", L"-1 234,57"},
+    };
+    for (const auto& st : tab) {
+        CMasque::s_SetWinIntlParam(CMasque::LOCALE_DECIMALES_NOMBRE, st.pszNombre);
+        CMasque::s_SetWinIntlParam(CMasque::LOCALE_DECIMALES_MONETAIRE, st.pszMonnaie);
+        CMasque::s_SetWinIntlParam(CMasque::LOCALE_PLACE_DEVISE, st.pszPlace);
+        EXPECT_EQ(sFormate(st.pszMasque, L"-1234.5678"), st.pszAttendu) << "line " << st.nLigne;
+    }
+    for (auto e : {CMasque::LOCALE_DECIMALES_NOMBRE, CMasque::LOCALE_DECIMALES_MONETAIRE, CMasque::LOCALE_PLACE_DEVISE})
+        CMasque::s_SetWinIntlParam(e, nullptr);
+}
+
 TEST_F(NumberMask, BuildsMoneyMasksOfAnyLength) {
     struct {
         int nLigne, nChiffres, nDecimales;
