@@ -80,24 +80,35 @@ bool bDateVerif(int nAnnee, int nMois, int nJour, CXError* pclErreur) noexcept {
 }
 
 bool bDateVerif(const wchar_t* pszTexte, short* pnAnnee, short* pnMois, short* pnJour, CXError* pclErreur) noexcept {
-    if (pszTexte == nullptr || std::wcslen(pszTexte) != 8) {
-        if (pclErreur != nullptr) pclErreur->SetUserError(&gstMyModuleInfo8, 80121);
-        return false;
-    }
-    int an[3] = {};
-    for (int i = 0; i < 8; ++i) {
-        if (pszTexte[i] < L'0' || pszTexte[i] > L'9') {
-            if (pclErreur != nullptr) pclErreur->SetUserError(&gstMyModuleInfo8, 80122);
-            return false;
+    // A date is checked on every display: eight digits then the end go straight through. The
+    // ninth character is read only after eight digits, so never past a terminator.
+    if (pszTexte != nullptr) {
+        int an[8];
+        int i = 0;
+        for (; i < 8; ++i) {
+            const unsigned int nChiffre = static_cast<unsigned int>(pszTexte[i]) - L'0';
+            if (nChiffre > 9) break;
+            an[i] = static_cast<int>(nChiffre);
         }
-        int& n = an[i < 4 ? 0 : (i < 6 ? 1 : 2)];
-        n = n * 10 + (pszTexte[i] - L'0');
+        if (i == 8 && pszTexte[8] == 0) {
+            const int nAnnee = an[0] * 1000 + an[1] * 100 + an[2] * 10 + an[3];
+            const int nMois = an[4] * 10 + an[5];
+            const int nJour = an[6] * 10 + an[7];
+            if (!bDateVerif(nAnnee, nMois, nJour, pclErreur)) return false;
+            *pnAnnee = static_cast<short>(nAnnee);
+            *pnMois = static_cast<short>(nMois);
+            *pnJour = static_cast<short>(nJour);
+            return true;
+        }
     }
-    if (!bDateVerif(an[0], an[1], an[2], pclErreur)) return false;
-    *pnAnnee = static_cast<short>(an[0]);
-    *pnMois = static_cast<short>(an[1]);
-    *pnJour = static_cast<short>(an[2]);
-    return true;
+    // Anything else says what is wrong with it, the length first. Measured only up to one past
+    // the expected length: the answer is the same.
+    size_t nLongueur = 0;
+    if (pszTexte != nullptr)
+        while (nLongueur < 9 && pszTexte[nLongueur] != 0) ++nLongueur;
+    // The wrong length, else eight characters that are not all digits.
+    if (pclErreur != nullptr) pclErreur->SetUserError(&gstMyModuleInfo8, nLongueur != 8 ? 80121 : 80122);
+    return false;
 }
 
 bool bHeureVerif(const wchar_t* pszTexte, short* pnHeure, short* pnMinute, short* pnSeconde, short* pnCentieme,

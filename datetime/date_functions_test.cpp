@@ -360,6 +360,35 @@ TEST(MaskFunctions, MasksMetAgainAnswerAsNewOnes) {
     }
 }
 
+// ChaineVersDate keeps its masks under the text as written and rewrites the letters only to build
+// one: spellings of one mask, and spellings that rewrite differently, met again in another order,
+// read as the first time.
+TEST(MaskFunctions, MasksReadBackAreKeptUnderTheirWrittenText) {
+    struct {
+        int nLine;
+        const wchar_t* pszTexte;
+        const wchar_t* pszMasque;
+        const wchar_t* pszAttendu;
+    } const tab[] = {
+        {__LINE__, L"15/03/2024", L"jj/mm/aaaa", L"20240315"},
+        {__LINE__, L"15/03/2024", L"JJ/MM/AAAA", L"20240315"},
+        {__LINE__, L"15/03/60", L"jj/mm/aa", L"19600315"},
+        {__LINE__, L"15/03/2024 14:30", L"jj/MM/aaaa HH:mm", L"20240315143000000"},
+        {__LINE__, L"2024.03.15", L"yyyy.mm.dd", L"20240315"},
+        {__LINE__, L"15😀03😀2024", L"jj😀mm😀aaaa", L"20240315"},
+        {__LINE__, L"15/03/2024", nullptr, L"20240315"},
+        {__LINE__, L"15/3/2024", L"jj/mm/aaaa", L"<null>"},  // the year runs past the end of the text
+        {__LINE__, L"15-03-2024", L"jj/mm/aaaa", L"20240315"},
+    };
+    CComposanteStandard cl;
+    for (int nTour = 0; nTour < 3; ++nTour) {
+        for (size_t i = 0; i < std::size(tab); ++i) {
+            const auto& st = tab[nTour == 1 ? std::size(tab) - 1 - i : i];
+            EXPECT_EQ(s(cl.ChaineVersDate(st.pszTexte, st.pszMasque)), st.pszAttendu) << "line " << st.nLine;
+        }
+    }
+}
+
 // The system mask reads the regional settings, which may change between two calls.
 TEST(MaskFunctions, TheSystemMaskFollowsTheRegionalSettingsOfEachCall) {
     CComposanteStandard cl;

@@ -242,13 +242,16 @@ public:
     CZonesFixes() noexcept {
         for (int nForme = 0; nForme < NB_FORME_FIXE; ++nForme) {
             m_clTexte[nForme].Set(gtabFormeFixe[nForme]);
-            for (int nRegles = 0; nRegles < 3; ++nRegles)
+            for (int nRegles = 0; nRegles < 3; ++nRegles) {
                 LitZones(gtabFormeFixe[nForme], gtabReglesFixes[nRegles], &m_tab[nForme][nRegles]);
+                m_tabRapide[nForme][nRegles].Compile(m_tab[nForme][nRegles]);
+            }
         }
     }
-    // Null when the form is not a fixed one, or the zones could not be kept.
-    const CListeZones* pclGet(const wchar_t* pszForme, size_t nLongueur,
-                              const CMasqueDateHeure::STReglesZone& stRegles) const noexcept {
+    // Null when the form is not a fixed one, or the zones could not be kept; their compiled form
+    // in *ppclRapide otherwise.
+    const CListeZones* pclGet(const wchar_t* pszForme, size_t nLongueur, const CMasqueDateHeure::STReglesZone& stRegles,
+                              const datetime_internal::CFormeRapide** ppclRapide) const noexcept {
         int nRegles = 0;
         while (nRegles < 3 && (gtabReglesFixes[nRegles].nPremierRang != stRegles.nPremierRang ||
                                gtabReglesFixes[nRegles].nDernierRang != stRegles.nDernierRang))
@@ -258,7 +261,9 @@ public:
             if (m_clTexte[nForme].nLongueur() != nLongueur || std::wmemcmp(gtabFormeFixe[nForme], pszForme, nLongueur) != 0)
                 continue;
             const CListeZones& clZones = m_tab[nForme][nRegles];
-            return clZones.bEchec() ? nullptr : &clZones;
+            if (clZones.bEchec()) return nullptr;
+            *ppclRapide = &m_tabRapide[nForme][nRegles];
+            return &clZones;
         }
         return nullptr;
     }
@@ -266,12 +271,13 @@ public:
 private:
     datetime_internal::CTexteMasque m_clTexte[NB_FORME_FIXE];  // for the lengths
     CListeZones m_tab[NB_FORME_FIXE][3];
+    datetime_internal::CFormeRapide m_tabRapide[NB_FORME_FIXE][3];
 };
 
-const CListeZones* pclZonesFixes(const wchar_t* pszForme, size_t nLongueur,
-                                 const CMasqueDateHeure::STReglesZone& stRegles) noexcept {
+const CListeZones* pclZonesFixes(const wchar_t* pszForme, size_t nLongueur, const CMasqueDateHeure::STReglesZone& stRegles,
+                                 const datetime_internal::CFormeRapide** ppclRapide) noexcept {
     static const CZonesFixes s_clZones;
-    return s_clZones.pclGet(pszForme, nLongueur, stRegles);
+    return s_clZones.pclGet(pszForme, nLongueur, stRegles, ppclRapide);
 }
 
 // In an input field a literal keeps its place only between two active zones; elsewhere it has
@@ -395,11 +401,26 @@ void CMasqueDateHeure::_LitZones() noexcept {
             break;
         }
     }
-    m_pclZonesInterne = pclZonesFixes(m_clFormeInterne.pszGet(), m_clFormeInterne.nLongueur(), m_stRegles);
+    // A fixed internal form comes with its zones and compiled form read once for the process.
+    m_pclZonesInterne =
+        pclZonesFixes(m_clFormeInterne.pszGet(), m_clFormeInterne.nLongueur(), m_stRegles, &m_pclRapideInterne);
     if (m_pclZonesInterne == nullptr) {
         LitZonesRecentes(m_clFormeInterne.pszGet(), m_stRegles, &m_clZonesInterne);
         m_pclZonesInterne = &m_clZonesInterne;
+        m_clRapideInterne.Compile(m_clZonesInterne);
+        m_pclRapideInterne = &m_clRapideInterne;
     }
+    m_clRapideMasque.Compile(m_clZonesMasque);
+    m_nLongueurDateFixe = !m_clFormeInterne.bEstVide() && m_pclRapideInterne->bEstAnneeMoisJour()
+                              ? m_clRapideMasque.nLongueurDate()
+                              : -1;
+    constexpr uint32_t dwZonesLangue = (1U << ZONE_L) | (1U << ZONE_JOUR_ABREGE) | (1U << ZONE_JOUR_ABREGE_MAJ) |
+                                       (1U << ZONE_JOUR_ABREGE_MIN) | (1U << ZONE_JOUR) | (1U << ZONE_JOUR_MAJ) |
+                                       (1U << ZONE_JOUR_MIN) | (1U << ZONE_MOIS_ABREGE) | (1U << ZONE_MOIS_ABREGE_MAJ) |
+                                       (1U << ZONE_MOIS_ABREGE_MIN) | (1U << ZONE_MOIS) | (1U << ZONE_MOIS_MAJ) |
+                                       (1U << ZONE_MOIS_MIN) | (1U << ZONE_AMPM);
+    m_bSansLangue = m_bNormaliseInutile && ((m_clZonesMasque.m_dwTypes | m_pclZonesInterne->m_dwTypes) & dwZonesLangue) == 0 &&
+                    !m_clZonesMasque.m_bAMPM && !m_pclZonesInterne->m_bAMPM;
 }
 
 const CListeZones* CMasqueDateHeure::_pclZones(const wchar_t* pszMasque, CListeZones* pclLocale) const noexcept {
@@ -709,7 +730,11 @@ bool CMasqueDateHeure::_bLitTexte(const wchar_t* pszTexte, const CListeZones& cl
         // 7.
         nPosition += nLargeur;
     }
+    _FinLecture(pst, bSaisie);
+    return true;
+}
 
+void CMasqueDateHeure::_FinLecture(_SYSTEMTIME* pst, bool bSaisie) const noexcept {
     if (!bSaisie) {
         if (pst->wDay == 0 && pst->wMonth == 0 && pst->wYear == 0) {
             pst->wDay = VIDE;
@@ -730,13 +755,20 @@ bool CMasqueDateHeure::_bLitTexte(const wchar_t* pszTexte, const CListeZones& cl
     if (pst->wHour != VIDE && pst->wMinute == VIDE) pst->wMinute = 0;
     if (pst->wHour != VIDE && pst->wMinute != VIDE && pst->wSecond == VIDE) pst->wSecond = 0;
     if (pst->wSecond != VIDE && pst->wMilliseconds == VIDE) pst->wMilliseconds = 0;
-    return true;
 }
 
 void CMasqueDateHeure::DeformateDateHeure(const wchar_t* pszTexte, CTString* pclSortie, int nFlags,
                                           const wchar_t* pszInterne) const noexcept {
     if (pclSortie == nullptr) return;
     if (pszInterne == nullptr) pszInterne = m_clFormeInterne.pszGet();
+    if (pszInterne == m_clFormeInterne.pszGet()) {
+        wchar_t szRapide[TAILLE_RAPIDE];
+        const int n = nDeformateRapide(pszTexte, szRapide, nFlags);
+        if (n >= 0) {
+            pclSortie->Set(szRapide, n);
+            return;
+        }
+    }
     _SYSTEMTIME stHeure;
     if (!_bTexteVersDateHeure(pszTexte, m_clMasque.pszGet(), &stHeure, nFlags)) {
         pclSortie->Vide();
@@ -746,35 +778,45 @@ void CMasqueDateHeure::DeformateDateHeure(const wchar_t* pszTexte, CTString* pcl
     else StructtoDateString(stHeure, pclSortie, pszInterne);
 }
 
+bool CMasqueDateHeure::s_bCompleteHeure(_SYSTEMTIME* pst) noexcept {
+    if (pst->wHour == VIDE || pst->wMinute == VIDE) return false;
+    if (pst->wSecond == VIDE) pst->wSecond = 0;
+    if (pst->wMilliseconds == VIDE) pst->wMilliseconds = 0;
+    return true;
+}
+
+bool CMasqueDateHeure::_bCompleteDate(_SYSTEMTIME* pst) const noexcept {
+    if (pst->wDay == VIDE && !bZoneEstPresente(ZONE_J, ZONE_JJ)) pst->wDay = 1;
+    if (pst->wYear == VIDE || pst->wMonth == VIDE || pst->wDay == VIDE) return false;
+    // The internal form is written in full: a time that was not given is midnight.
+    if (pst->wHour == VIDE) pst->wHour = 0;
+    if (pst->wMinute == VIDE) pst->wMinute = 0;
+    if (pst->wSecond == VIDE) pst->wSecond = 0;
+    if (pst->wMilliseconds == VIDE) pst->wMilliseconds = 0;
+    return true;
+}
+
 void CMasqueDateHeure::StructtoHourString(_SYSTEMTIME st, CTString* pclSortie, const wchar_t* pszInterne) const noexcept {
-    if (st.wHour == VIDE || st.wMinute == VIDE) {
+    if (!s_bCompleteHeure(&st)) {
         pclSortie->Vide();
         return;
     }
-    if (st.wSecond == VIDE) st.wSecond = 0;
-    if (st.wMilliseconds == VIDE) st.wMilliseconds = 0;
     CListeZones clLocale;
     datetime_internal::CSortieMasque clSortie;
     _EcritTexte(*_pclZones(pszInterne != nullptr ? pszInterne : L"", &clLocale), st, &clSortie, 0);
-    clSortie.Tronque(9);
+    clSortie.Tronque(LONGUEUR_HEURE_INTERNE);
     clSortie.VersTString(pclSortie);
 }
 
 void CMasqueDateHeure::StructtoDateString(_SYSTEMTIME st, CTString* pclSortie, const wchar_t* pszInterne) const noexcept {
-    if (st.wDay == VIDE && !bZoneEstPresente(ZONE_J, ZONE_JJ)) st.wDay = 1;
-    if (st.wYear == VIDE || st.wMonth == VIDE || st.wDay == VIDE) {
+    if (!_bCompleteDate(&st)) {
         pclSortie->Vide();
         return;
     }
-    // The internal form is written in full: a time that was not given is midnight.
-    if (st.wHour == VIDE) st.wHour = 0;
-    if (st.wMinute == VIDE) st.wMinute = 0;
-    if (st.wSecond == VIDE) st.wSecond = 0;
-    if (st.wMilliseconds == VIDE) st.wMilliseconds = 0;
     CListeZones clLocale;
     datetime_internal::CSortieMasque clSortie;
     _EcritTexte(*_pclZones(pszInterne != nullptr ? pszInterne : L"", &clLocale), st, &clSortie, 0);
-    clSortie.Tronque(32);
+    clSortie.Tronque(LONGUEUR_DATE_INTERNE);
     clSortie.VersTString(pclSortie);
 }
 
@@ -786,6 +828,12 @@ void CMasqueDateHeure::Formate(const wchar_t* pszTexte, CTString* pclSortie, con
 
 bool CMasqueDateHeure::bFormateEx(const wchar_t* pszTexte, CTString* pclSortie, int nFlags) const noexcept {
     if (pclSortie == nullptr) return false;
+    wchar_t szRapide[TAILLE_RAPIDE];
+    const int nRapide = nFormateRapide(pszTexte, szRapide, nFlags);
+    if (nRapide >= 0) {
+        pclSortie->Set(szRapide, nRapide);
+        return true;
+    }
     const wchar_t* pszForme = m_clFormeInterne.bEstVide() ? m_clMasque.pszGet() : m_clFormeInterne.pszGet();
     _SYSTEMTIME st;
     const bool bLu = _bTexteVersDateHeure(pszTexte, pszForme, &st, 0);

@@ -7,6 +7,8 @@
 #include <cstddef>
 
 #include "base/tstring.h"
+#include "base/xystring.h"
+#include "datetime/internal/mask_fast.h"
 #include "datetime/internal/mask_zones.h"
 #include "datetime/mask.h"
 #include "system/clock.h"
@@ -125,8 +127,26 @@ public:
     bool _bTexteVersDateHeure(const wchar_t* pszTexte, const wchar_t* pszMasque, _SYSTEMTIME* pstHeure,
                               int nFlags) const noexcept;
     void StructtoDateString(_SYSTEMTIME stHeure, CTString* pclSortie, const wchar_t* pszInterne) const noexcept;
+    // Longest internal texts written when reading a date or a time.
+    static constexpr size_t LONGUEUR_DATE_INTERNE = 32;
+    static constexpr size_t LONGUEUR_HEURE_INTERNE = 9;
     void StructtoHourString(_SYSTEMTIME stHeure, CTString* pclSortie, const wchar_t* pszInterne) const noexcept;
     static void RazSYSTEMTIME(_SYSTEMTIME* pstHeure) noexcept;
+
+    // ---- the direct path of masks made of numbers and literals (datetime/date_mask_fast.cpp)
+    // What bFormateEx or DeformateDateHeure (with the mask's own internal form) would answer,
+    // written into pszSortie, which holds TAILLE_RAPIDE characters; no terminator is added. The
+    // length, or -1 when the mask, the flags or the text need the general path: nothing is
+    // answered then, and the caller calls the general conversion.
+    static constexpr size_t TAILLE_RAPIDE = datetime_internal::CFormeRapide::TAILLE_SORTIE;
+    int nFormateRapide(const wchar_t* pszTexte, wchar_t* pszSortie, int nFlags) const noexcept;
+    int nDeformateRapide(const wchar_t* pszTexte, wchar_t* pszSortie, int nFlags) const noexcept;
+    // The same as nFormateRapide for the eight digits of a date already read and checked (year
+    // 1 to 9999, month 1 to 12, day 1 to 31), when the internal form is "AAAAMMJJ".
+    int nFormateDateRapide(int nAnnee, int nMois, int nJour, wchar_t* pszSortie, int nFlags) const noexcept;
+    // The same text written straight into a result of its final length, when every zone of the
+    // mask has a fixed width: one allocation and no copy. False, nothing written, otherwise.
+    bool bFormateDateRapide(int nAnnee, int nMois, int nJour, CXYString<wchar_t>* pclSortie, int nFlags) const noexcept;
 
     // ---- tokeniser
     // The next zone; at the end the pointer becomes null and the type is ZONE_FIN.
@@ -164,6 +184,9 @@ public:
     const wchar_t* pszGetMasqueDateSelonSaisie(int nReserve) const noexcept { return m_clMasque.pszGet(); }
     const wchar_t* pszGetMasqueEcrit() const noexcept { return m_clMasqueEcrit.pszGet(); }
     const wchar_t* pszGetFormeInterne() const noexcept { return m_clFormeInterne.pszGet(); }
+    // Whether no conversion of this mask asks its language anything: no names, no "L", no
+    // AM/PM, in the mask, in its internal form or in the mask normalised.
+    bool bSansLangue() const noexcept { return m_bSansLangue; }
     int nGetAnneeMin() const noexcept { return m_nAnneeMin; }
     int nGetAnneeMax() const noexcept { return m_nAnneeMax; }
     void _GetMasqueSystemeDate(CTString* pclSortie) const noexcept;
@@ -212,12 +235,29 @@ private:
                     int nFlags) const noexcept;
     void _EcritTexte(const datetime_internal::CListeZones& clZones, const _SYSTEMTIME& st,
                      datetime_internal::CSortieMasque* pclSortie, int nFlags) const noexcept;
+    // What every reading does once the zones are read: fields implied by others, today's month
+    // and year for a lone day.
+    void _FinLecture(_SYSTEMTIME* pst, bool bSaisie) const noexcept;
+    // The fields an internal date or time is written with; false when there is none to write.
+    bool _bCompleteDate(_SYSTEMTIME* pst) const noexcept;
+    static bool s_bCompleteHeure(_SYSTEMTIME* pst) noexcept;
+    // The fields of a date read and checked already, when the direct path can display them.
+    bool _bDateRapide(int nAnnee, int nMois, int nJour, int nFlags, _SYSTEMTIME* pst) const noexcept;
 
     STReglesZone m_stRegles{};
     bool m_bNormaliseInutile = false;  // the mask has nothing that normalising would rewrite
+    bool m_bSansLangue = false;
     datetime_internal::CListeZones m_clZonesMasque;
     datetime_internal::CListeZones m_clZonesInterne;  // for an internal form that is not a fixed one
     const datetime_internal::CListeZones* m_pclZonesInterne = &m_clZonesInterne;
+    // The zones above compiled for the direct path, kept in step by _LitZones; a fixed internal
+    // form's is shared like its zones.
+    datetime_internal::CFormeRapide m_clRapideMasque;
+    datetime_internal::CFormeRapide m_clRapideInterne;
+    const datetime_internal::CFormeRapide* m_pclRapideInterne = &m_clRapideInterne;
+    // The length of every display of a valid "AAAAMMJJ" date when the mask writes it with fixed
+    // widths straight from its fields, else -1: decided once, checked on every display.
+    int m_nLongueurDateFixe = -1;
 };
 
 class CMasqueDateHeureAmelio : public CMasqueDateHeure {

@@ -41,7 +41,7 @@ void DonneLangue(CMasque* pclMasque, CComposanteStandard* pcl) {
 // Masks built for the language calls, kept per thread. Building a mask reads its zones, which costs
 // more than a conversion; calls repeat the same few masks. A mask is reused only when everything its
 // building reads is the same: its text, kind, internal form and date-and-time switch, and the
-// language it was given. Predefined names ("UseSystemMask"...) also read the regional settings,
+// language it was given, unless none of its conversions asks the language anything. Predefined names ("UseSystemMask"...) also read the regional settings,
 // which may change between calls: those are built afresh each time, as are masks the cache cannot
 // hold when memory fails. Conversions are const, so a reused mask answers as a new one would.
 enum EGenreMasque : int { GENRE_SIMPLE = 0, GENRE_AMELIO = 1, GENRE_AMELIO_DATE_ET_HEURE = 2 };
@@ -60,21 +60,52 @@ bool bNomPredefini(const wchar_t* pszMasque) {
            (pszMasque[2] == L'E' || pszMasque[2] == L'e');
 }
 
+// The text a mask is built from, given the text the caller wrote: the same, or a rewriting of it.
+// The cache keys its entries on what the caller wrote, so that a call that finds its mask does not
+// rewrite the text again.
+using PFNTexteMasque = std::wstring (*)(const wchar_t* pszEcrit);
+
+// Whether a kept text is this one, without measuring it first: the kept text holds no terminator,
+// so a shorter text fails on its own terminator before anything past it is read.
+bool bEgalTexte(const std::wstring& s, const wchar_t* psz) noexcept {
+    const size_t n = s.size();
+    for (size_t i = 0; i < n; ++i)
+        if (psz[i] != s[i]) return false;
+    return psz[n] == 0;
+}
+
 class CCacheMasques {
 public:
     // The mask for these settings, valid until the next call on this thread; null when it cannot
     // be kept (the caller builds its own).
     const CMasqueDateHeure* pclGet(const wchar_t* pszMasque, bool bDate, const wchar_t* pszInterne, int eGenre,
-                                   CComposanteStandard* pcl) noexcept {
+                                   PFNTexteMasque pfnTexte, CComposanteStandard* pcl) noexcept {
         if (pszMasque == nullptr || bNomPredefini(pszMasque)) return nullptr;
-        IInfoLangue* pi = piLangue(pcl);
+        // The language is asked for only when an entry that depends on it is compared, or a
+        // mask is built: masks of numbers and literals answer the same in every language.
+        IInfoLangue* pi = nullptr;
+        bool bLangueLue = false;
+        auto Langue = [&]() {
+            if (!bLangueLue) {
+                pi = piLangue(pcl);
+                bLangueLue = true;
+            }
+            return pi;
+        };
         const wchar_t* pszForme = pszInterne != nullptr ? pszInterne : L"";
-        for (STEntree& st : m_tabEntrees) {
-            if (st.pclMasque != nullptr && st.eGenre == eGenre && st.bDate == bDate && st.piLangue == pi &&
-                st.bInterne == (pszInterne != nullptr) && st.sMasque == pszMasque && st.sInterne == pszForme)
+        // The entry found last comes first: a caller usually repeats its mask.
+        for (int i = 0; i < NB_ENTREES; ++i) {
+            const int nEntree = (m_nDerniere + i) % NB_ENTREES;
+            const STEntree& st = m_tabEntrees[nEntree];
+            if (st.pclMasque != nullptr && st.eGenre == eGenre && st.bDate == bDate && st.pfnTexte == pfnTexte &&
+                st.bInterne == (pszInterne != nullptr) && bEgalTexte(st.sMasque, pszMasque) &&
+                bEgalTexte(st.sInterne, pszForme) && (st.bSansLangue || st.piLangue == Langue())) {
+                m_nDerniere = nEntree;
                 return st.pclMasque.get();
+            }
         }
         try {
+            m_nDerniere = m_nProchaine;
             STEntree& st = m_tabEntrees[m_nProchaine];
             m_nProchaine = (m_nProchaine + 1) % NB_ENTREES;
             st.pclMasque.reset();
@@ -83,8 +114,16 @@ public:
             st.bInterne = pszInterne != nullptr;
             st.bDate = bDate;
             st.eGenre = eGenre;
-            st.piLangue = pi;
-            st.pclMasque = pclNouveauMasque(pszMasque, bDate, pszInterne, eGenre, pcl);
+            st.pfnTexte = pfnTexte;
+            st.piLangue = Langue();
+            st.bSansLangue = false;
+            if (pfnTexte != nullptr) {
+                const std::wstring sTexte = pfnTexte(pszMasque);
+                st.pclMasque = pclNouveauMasque(sTexte.c_str(), bDate, pszInterne, eGenre, pcl);
+            } else {
+                st.pclMasque = pclNouveauMasque(pszMasque, bDate, pszInterne, eGenre, pcl);
+            }
+            st.bSansLangue = st.pclMasque->bSansLangue();
             return st.pclMasque.get();
         } catch (...) {
             return nullptr;
@@ -94,36 +133,42 @@ public:
 private:
     static constexpr int NB_ENTREES = 4;
     struct STEntree {
+        PFNTexteMasque pfnTexte = nullptr;
         std::wstring sMasque;
         std::wstring sInterne;
         bool bInterne = false;
         bool bDate = false;
         int eGenre = 0;
         IInfoLangue* piLangue = nullptr;
+        bool bSansLangue = false;  // the mask answers the same whatever the language
         std::unique_ptr<CMasqueDateHeure> pclMasque;
     };
     STEntree m_tabEntrees[NB_ENTREES];
     int m_nProchaine = 0;
+    int m_nDerniere = 0;
 };
 
-// Runs the conversion with the thread's mask for these settings, or with one built for the call.
+// Runs the conversion with the thread's mask for these settings, or with one built for the call,
+// and answers its result. The mask is built from pszMasque, or from what pfnTexte makes of it.
 template <typename F>
-void AvecMasque(const wchar_t* pszMasque, bool bDate, const wchar_t* pszInterne, int eGenre,
-                CComposanteStandard* pcl, F fConversion) {
+CXYString<wchar_t> AvecMasque(const wchar_t* pszMasque, bool bDate, const wchar_t* pszInterne, int eGenre,
+                CComposanteStandard* pcl, F fConversion, PFNTexteMasque pfnTexte = nullptr) {
     thread_local CCacheMasques tl_clCache;
-    if (const CMasqueDateHeure* pclMasque = tl_clCache.pclGet(pszMasque, bDate, pszInterne, eGenre, pcl)) {
-        fConversion(*pclMasque);
-        return;
+    if (const CMasqueDateHeure* pclMasque = tl_clCache.pclGet(pszMasque, bDate, pszInterne, eGenre, pfnTexte, pcl))
+        return fConversion(*pclMasque);
+    std::wstring sTexte;
+    if (pfnTexte != nullptr) {
+        sTexte = pfnTexte(pszMasque);
+        pszMasque = sTexte.c_str();
     }
     if (eGenre == GENRE_SIMPLE) {
         CMasqueDateHeure clMasque(pszMasque, bDate, pszInterne);
         DonneLangue(&clMasque, pcl);
-        fConversion(clMasque);
-    } else {
-        CMasqueDateHeureAmelio clMasque(pszMasque, bDate, pszInterne, eGenre == GENRE_AMELIO_DATE_ET_HEURE);
-        DonneLangue(&clMasque, pcl);
-        fConversion(clMasque);
+        return fConversion(clMasque);
     }
+    CMasqueDateHeureAmelio clMasque(pszMasque, bDate, pszInterne, eGenre == GENRE_AMELIO_DATE_ET_HEURE);
+    DonneLangue(&clMasque, pcl);
+    return fConversion(clMasque);
 }
 
 // Replaces every occurrence of a token, as written or else in lower case, by the value printed with
@@ -152,6 +197,68 @@ void Remplace(std::wstring* ps, std::wstring_view sDe, std::wstring_view sVers) 
 
 bool bContient(const std::wstring& s, const wchar_t* psz) { return s.find(psz) != std::wstring::npos; }
 
+// What ChaineVersDate reads with, from what its caller wrote: lower-case day, month and year
+// letters made upper case where they cannot be read otherwise.
+std::wstring sMasqueLecture(const wchar_t* pszEcrit) {
+    std::wstring sMasque = pszEcrit;
+    const bool bHeure = bContient(sMasque, L"H");
+    if (!bContient(sMasque, L"Jjj")) Remplace(&sMasque, L"jj", L"JJ");
+    Remplace(&sMasque, L"dd", L"DD");
+    if (!bContient(sMasque, L"Mm")) {
+        Remplace(&sMasque, L"mmmm", L"MMMM");
+        Remplace(&sMasque, L"mmm", L"MMM");
+        if (!bHeure) Remplace(&sMasque, L"mm", L"MM");
+    }
+    Remplace(&sMasque, L"aa", L"AA");
+    Remplace(&sMasque, L"aaaa", L"AAAA");
+    Remplace(&sMasque, L"yyyy", L"YYYY");
+    Remplace(&sMasque, L"yy", L"YY");
+    return sMasque;
+}
+
+// The result of a display: straight from the direct path when the mask and the value allow it,
+// else through the general conversion. Every way fills the one result, which is returned in place.
+CXYString<wchar_t> clAffiche(const CMasqueDateHeure& clMasque, const wchar_t* pszValeur, int nFlags) {
+    CXYString<wchar_t> clResultat;
+    wchar_t szRapide[CMasqueDateHeure::TAILLE_RAPIDE];
+    const int n = clMasque.nFormateRapide(pszValeur, szRapide, nFlags);
+    if (n >= 0) {
+        clResultat.nAffecte(szRapide, n);
+    } else {
+        CTString clSortie;
+        clMasque.bFormateEx(pszValeur, &clSortie, nFlags);
+        clResultat.nAffecte(clSortie.pszGet());
+    }
+    return clResultat;
+}
+
+// The display of a date whose eight digits were read and checked already.
+CXYString<wchar_t> clAfficheDate(const CMasqueDateHeure& clMasque, int nAnnee, int nMois, int nJour,
+                                 const wchar_t* pszValeur, int nFlags) {
+    CXYString<wchar_t> clResultat;
+    if (clMasque.bFormateDateRapide(nAnnee, nMois, nJour, &clResultat, nFlags)) return clResultat;
+    wchar_t szRapide[CMasqueDateHeure::TAILLE_RAPIDE];
+    const int n = clMasque.nFormateDateRapide(nAnnee, nMois, nJour, szRapide, nFlags);
+    if (n >= 0) clResultat.nAffecte(szRapide, n);
+    else clResultat = clAffiche(clMasque, pszValeur, nFlags);
+    return clResultat;
+}
+
+// The same for a reading into the mask's internal form; the null value when the text does not parse.
+CXYString<wchar_t> clLit(const CMasqueDateHeure& clMasque, const wchar_t* pszTexte, int nFlags) {
+    CXYString<wchar_t> clResultat;
+    wchar_t szRapide[CMasqueDateHeure::TAILLE_RAPIDE];
+    const int n = clMasque.nDeformateRapide(pszTexte, szRapide, nFlags);
+    if (n >= 0) {
+        clResultat.nAffecte(szRapide, n);
+    } else {
+        CTString clSortie;
+        clMasque.DeformateDateHeure(pszTexte, &clSortie, nFlags);
+        clResultat.nAffecte(clSortie.pszGet());
+    }
+    return clResultat;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------- dates
@@ -161,9 +268,12 @@ CXYString<wchar_t> CComposanteStandard::DateVersChaine(const wchar_t* pszValeur)
 }
 
 CXYString<wchar_t> CComposanteStandard::DateVersChaine(const wchar_t* pszValeur, const wchar_t* pszMasque) {
-    // The value without its trailing "_", read into a fixed buffer: a display call allocates only
-    // its result.
-    size_t nLongueur = pszValeur != nullptr ? std::wcslen(pszValeur) : 0;
+    // The value without its trailing "_". Values are a few characters long: a plain loop measures
+    // them cheaper than a call.
+    size_t nLongueur = 0;
+    if (pszValeur != nullptr)
+        while (pszValeur[nLongueur] != 0) ++nLongueur;
+    const size_t nLongueurEcrite = nLongueur;
     while (nLongueur > 0 && pszValeur[nLongueur - 1] == L'_') --nLongueur;
     if (nLongueur == 0) return {};
     if (nLongueur < 8) {
@@ -174,27 +284,46 @@ CXYString<wchar_t> CComposanteStandard::DateVersChaine(const wchar_t* pszValeur,
         RaiseError(&gstMyModuleInfo8, 81842);
         return {};
     }
+    // A plain date is read where it lies. Otherwise it goes into a fixed buffer (a display call
+    // allocates only its result), copied one character at a time: a block copy's start-up, then
+    // reading its wide stores back digit by digit, cost more than the loop.
     wchar_t szValeur[DATE_VIEW_LONGUEUR_TEXTE + 1];
-    std::wmemcpy(szValeur, pszValeur, nLongueur);
-    szValeur[nLongueur] = 0;
+    const wchar_t* pszLu = pszValeur;
+    if (nLongueur != 8 || nLongueurEcrite != 8) {
+        for (size_t i = 0; i < nLongueur; ++i) szValeur[i] = pszValeur[i];
+        szValeur[nLongueur] = 0;
+        pszLu = szValeur;
+    }
     const wchar_t* pszMasqueLu = pszMasque != nullptr ? pszMasque : L"";
-    if (std::wcscmp(pszMasqueLu, L"UseSystemMask") == 0) {
+    // Only the predefined names start with "U": the others skip the comparisons.
+    const bool bNomU = pszMasqueLu[0] == L'U';
+    if (bNomU && std::wcscmp(pszMasqueLu, L"UseSystemMask") == 0) {
         CMasqueDateHeure clMasque(pszMasqueLu, true, nullptr);
         DonneLangue(&clMasque, this);
         CTString clSortie;
-        clMasque.Formate(szValeur, &clSortie, nullptr);
+        clMasque.Formate(pszLu, &clSortie, nullptr);
         return clTexte(clSortie);
     }
     // E-mail dates and relative masks are not offered by this build: an empty result.
-    if (std::wcscmp(pszMasqueLu, L"UseEmailMask") == 0 || std::wcscmp(pszMasqueLu, L"UseDateRelativeDurationMask") == 0)
+    if (bNomU &&
+        (std::wcscmp(pszMasqueLu, L"UseEmailMask") == 0 || std::wcscmp(pszMasqueLu, L"UseDateRelativeDurationMask") == 0))
         return {};
 
     short nA = 0, nM = 0, nJ = 0, nH = 0, nMi = 0, nS = 0, nC = 0, nMs = 0;
     const bool bHeure = nLongueur > 8;
+    // A date alone is checked where it lies; a copy would be read back before its stores land.
     wchar_t szDate[9];
-    std::wmemcpy(szDate, szValeur, 8);
-    szDate[8] = 0;
-    if (!bDateVerif(szDate, &nA, &nM, &nJ, pclGetError())) return {};
+    const wchar_t* pszDate = pszLu;
+    if (bHeure) {
+        std::wmemcpy(szDate, szValeur, 8);
+        szDate[8] = 0;
+        pszDate = szDate;
+    }
+    // The error object is fetched only for a date that fails: checking again then says why.
+    if (!bDateVerif(pszDate, &nA, &nM, &nJ, nullptr)) {
+        bDateVerif(pszDate, &nA, &nM, &nJ, pclGetError());
+        return {};
+    }
     if (bHeure && !bHeureVerif(szValeur + 8, &nH, &nMi, &nS, &nC, &nMs, pclGetError())) return {};
 
     wchar_t sz[64];
@@ -208,37 +337,26 @@ CXYString<wchar_t> CComposanteStandard::DateVersChaine(const wchar_t* pszValeur,
         std::wmemset(szValeur + nLongueur, L'0', DATE_VIEW_LONGUEUR_TEXTE - nLongueur);
         szValeur[DATE_VIEW_LONGUEUR_TEXTE] = 0;
     }
-    CTString clSortie;
-    AvecMasque(pszMasqueLu, true, bHeure ? L"YYYYMMDDHHmmSSCCC" : nullptr, GENRE_SIMPLE, this,
-               [&](const CMasqueDateHeure& clMasque) { clMasque.bFormateEx(szValeur, &clSortie, FLAGS_AFFICHAGE); });
-    return clTexte(clSortie);
+    return AvecMasque(pszMasqueLu, true, bHeure ? L"YYYYMMDDHHmmSSCCC" : nullptr, GENRE_SIMPLE, this,
+                      [&](const CMasqueDateHeure& clMasque) {
+                          return bHeure ? clAffiche(clMasque, szValeur, FLAGS_AFFICHAGE)
+                                        : clAfficheDate(clMasque, nA, nM, nJ, pszLu, FLAGS_AFFICHAGE);
+                      });
 }
 
 CXYString<wchar_t> CComposanteStandard::ChaineVersDate(const wchar_t* pszTexte) { return ChaineVersDate(pszTexte, nullptr); }
 
 CXYString<wchar_t> CComposanteStandard::ChaineVersDate(const wchar_t* pszTexte, const wchar_t* pszMasque) {
     if (bVide(pszTexte)) return {};
-    std::wstring sMasque = bVide(pszMasque) ? L"JJ/MM/AAAA" : pszMasque;
-    const bool bHeure = bContient(sMasque, L"H");
-    if (sMasque == L"UseEmailMask") return {};  // e-mail dates are not offered by this build
+    // The mask as written is the key of the thread's masks: the rewriting of its letters happens
+    // only when a mask is built.
+    const wchar_t* pszEcrit = bVide(pszMasque) ? L"JJ/MM/AAAA" : pszMasque;
+    if (std::wcscmp(pszEcrit, L"UseEmailMask") == 0) return {};  // e-mail dates are not offered by this build
+    const bool bHeure = std::wcschr(pszEcrit, L'H') != nullptr;
 
-    if (!bContient(sMasque, L"Jjj")) Remplace(&sMasque, L"jj", L"JJ");
-    Remplace(&sMasque, L"dd", L"DD");
-    if (!bContient(sMasque, L"Mm")) {
-        Remplace(&sMasque, L"mmmm", L"MMMM");
-        Remplace(&sMasque, L"mmm", L"MMM");
-        if (!bHeure) Remplace(&sMasque, L"mm", L"MM");
-    }
-    Remplace(&sMasque, L"aa", L"AA");
-    Remplace(&sMasque, L"aaaa", L"AAAA");
-    Remplace(&sMasque, L"yyyy", L"YYYY");
-    Remplace(&sMasque, L"yy", L"YY");
-
-    CTString clSortie;
-    AvecMasque(sMasque.c_str(), true, bHeure ? FORME_DATE_HEURE : nullptr,
-               bHeure ? GENRE_AMELIO_DATE_ET_HEURE : GENRE_AMELIO, this,
-               [&](const CMasqueDateHeure& clMasque) { clMasque.DeformateDateHeure(pszTexte, &clSortie, FLAGS_LECTURE_DATE); });
-    return clSortie.bEstVide() ? CXYString<wchar_t>() : clTexte(clSortie);
+    return AvecMasque(
+        pszEcrit, true, bHeure ? FORME_DATE_HEURE : nullptr, bHeure ? GENRE_AMELIO_DATE_ET_HEURE : GENRE_AMELIO, this,
+        [&](const CMasqueDateHeure& clMasque) { return clLit(clMasque, pszTexte, FLAGS_LECTURE_DATE); }, sMasqueLecture);
 }
 
 // ---------------------------------------------------------------- times
@@ -278,8 +396,6 @@ CXYString<wchar_t> CComposanteStandard::ChaineVersHeure(const wchar_t* pszTexte)
 
 CXYString<wchar_t> CComposanteStandard::ChaineVersHeure(const wchar_t* pszTexte, const wchar_t* pszMasque) {
     if (bVide(pszTexte)) return {};
-    CTString clSortie;
-    AvecMasque(bVide(pszMasque) ? L"HH:MM:SS:CC" : pszMasque, false, L"HHMMSSCC", GENRE_AMELIO, this,
-               [&](const CMasqueDateHeure& clMasque) { clMasque.DeformateDateHeure(pszTexte, &clSortie, 0); });
-    return clSortie.bEstVide() ? CXYString<wchar_t>() : clTexte(clSortie);
+    return AvecMasque(bVide(pszMasque) ? L"HH:MM:SS:CC" : pszMasque, false, L"HHMMSSCC", GENRE_AMELIO, this,
+                      [&](const CMasqueDateHeure& clMasque) { return clLit(clMasque, pszTexte, 0); });
 }
