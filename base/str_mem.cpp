@@ -102,8 +102,12 @@ void CBaseStrMem::s_AddRefStrMem(const void* pBloc) noexcept {
 
 void CBaseStrMem::s_ReleaseStrMem(void* pBloc) noexcept {
     if (pBloc == nullptr) return;
-    // acq_rel: the writes of every other holder happen before the free.
-    if (refCompte(pBloc).fetch_sub(1, std::memory_order_acq_rel) == 1) s_piAllocateur()->Libere(pBloc);
+    // The last holder frees without a read-modify-write: at 1 nobody else holds the block, and
+    // nobody can start to, since only holders copy it. The acquire load sees every write the
+    // other holders made before they let go.
+    std::atomic_ref<int32_t> nRef = refCompte(pBloc);
+    if (nRef.load(std::memory_order_acquire) == 1 || nRef.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        s_piAllocateur()->Libere(pBloc);
 }
 
 int CBaseStrMem::s_nGetRef(const void* pBloc) noexcept {
