@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "component/interfaces/machine.h"
+#include "component/testing/fake_language.h"
 #include "datetime/date_mask.h"
 
 namespace {
@@ -14,27 +15,10 @@ using M = CMasqueDateHeure;
 constexpr uint16_t VIDE = 65535;
 
 // French names with accents, for the masks that must stay on the general path.
-class CLangueFrancaise final : public IInfoLangue {
-public:
-    int nGetVersion() override { return 1; }
-    int nGetCompatSince() override { return 1; }
-    int nGetDllNum() override { return 0; }
-    void StdVersion_EmptySlot_1() override {}
-    void StdVersion_EmptySlot_2() override {}
-    void StdVersion_EmptySlot_3() override {}
-    int bEcritDeDroiteAGauche() override { return 0; }
-    const STParametreHeure* pstGetParametreHeure() override { return &m_stHeure; }
-    const STParametreDate* pstGetParametreDate() override { return &m_stDate; }
-    int bParametreHeureSysteme() override { return 0; }
-    int bParametreDateSysteme() override { return 0; }
-
-private:
-    STParametreDate m_stDate{L"JJ/MM/AAAA", L"lundi;mardi;mercredi;jeudi;vendredi;samedi;dimanche",
-                             L"janvier;f\u00e9vrier;mars;avril;mai;juin;juillet;ao\u00fbt;septembre;octobre;novembre;"
-                             L"d\u00e9cembre"};
-    STParametreHeure m_stHeure{L"", L"", L"HH:mm:SS"};
-};
-CLangueFrancaise gclFrancais;
+CFakeLangue gclFrancais({L"JJ/MM/AAAA", L"lundi;mardi;mercredi;jeudi;vendredi;samedi;dimanche",
+                         L"janvier;f\u00e9vrier;mars;avril;mai;juin;juillet;ao\u00fbt;septembre;octobre;novembre;"
+                         L"d\u00e9cembre"},
+                        {L"", L"", L"HH:mm:SS"});
 
 // The display the general path writes: the internal text read through its zones, then the mask.
 std::wstring AfficheGeneral(const M& clMasque, const wchar_t* pszTexte, int nFlags) {

@@ -8,40 +8,17 @@
 
 #include "base/any.h"
 #include "component/interfaces/machine.h"
+#include "component/testing/fake_language.h"
 
 namespace {
 
 using M = CMasqueDateHeure;
 constexpr uint16_t VIDE = 65535;
 
-// A language with its own settings, as a machine hands it out.
-class CLangueTest final : public IInfoLangue {
-public:
-    CLangueTest(STParametreDate stDate, STParametreHeure stHeure, bool bSysteme = false, bool bDroiteAGauche = false)
-        : m_stDate(stDate), m_stHeure(stHeure), m_bSysteme(bSysteme), m_bDroiteAGauche(bDroiteAGauche) {}
-    int nGetVersion() override { return 1; }
-    int nGetCompatSince() override { return 1; }
-    int nGetDllNum() override { return 0; }
-    void StdVersion_EmptySlot_1() override {}
-    void StdVersion_EmptySlot_2() override {}
-    void StdVersion_EmptySlot_3() override {}
-    int bEcritDeDroiteAGauche() override { return m_bDroiteAGauche; }
-    const STParametreHeure* pstGetParametreHeure() override { return &m_stHeure; }
-    const STParametreDate* pstGetParametreDate() override { return &m_stDate; }
-    int bParametreHeureSysteme() override { return m_bSysteme; }
-    int bParametreDateSysteme() override { return m_bSysteme; }
-
-private:
-    STParametreDate m_stDate;
-    STParametreHeure m_stHeure;
-    bool m_bSysteme;
-    bool m_bDroiteAGauche;
-};
-
-CLangueTest gclAnglais({L"MM/JJ/AAAA", L"Monday;Tuesday;Wednesday;Thursday;Friday;Saturday;Sunday",
+CFakeLangue gclAnglais({L"MM/JJ/AAAA", L"Monday;Tuesday;Wednesday;Thursday;Friday;Saturday;Sunday",
                         L"January;February;March;April;May;June;July;August;September;October;November;December"},
                        {L"am", L"pm", L"HH:mm:SS AM"});
-CLangueTest gclFrancais({L"JJ/MM/AAAA", L"lundi;mardi;mercredi;jeudi;vendredi;samedi;dimanche",
+CFakeLangue gclFrancais({L"JJ/MM/AAAA", L"lundi;mardi;mercredi;jeudi;vendredi;samedi;dimanche",
                          L"janvier;f\u00e9vrier;mars;avril;mai;juin;juillet;ao\u00fbt;septembre;octobre;novembre;d\u00e9cembre"},
                         {L"", L"", L"HH:mm:SS"});
 
@@ -125,9 +102,9 @@ TEST(DateMask, NamesComeFromTheLanguage) {
     // Empty AM and PM texts fall back on "AM" and "PM".
     EXPECT_EQ(Affiche(L"HH:MM AM", L"150000", 0, false, nullptr, &gclFrancais), L"03:00 PM");
     // A language whose lists are empty, or whose settings are the system's, leaves the library's names.
-    CLangueTest clVide({L"", L"", L""}, {L"", L"", L""});
+    CFakeLangue clVide({L"", L"", L""}, {L"", L"", L""});
     EXPECT_EQ(Affiche(L"jjjj mmmm", L"20240315", 0, true, nullptr, &clVide), L"vendredi mars");
-    CLangueTest clSysteme(gclAnglais.pstGetParametreDate()[0], gclAnglais.pstGetParametreHeure()[0], true);
+    CFakeLangue clSysteme(gclAnglais.pstGetParametreDate()[0], gclAnglais.pstGetParametreHeure()[0], true);
     EXPECT_EQ(Affiche(L"jjjj mmmm", L"20240315", 0, true, nullptr, &clSysteme), L"vendredi mars");
 }
 
@@ -150,7 +127,7 @@ TEST(DateMask, NameHelpersCutAndCase) {
     EXPECT_EQ(clMasque._nGetNumMonthFromName(L"Ao\u00fbt", 0), -1);  // exact compare
     EXPECT_EQ(clMasque._nGetNumMonthFromName(L"Sep", M::NOM_ABREGE | M::NOM_MAJUSCULE), 9);
     // Chinese weekday names lose their two-character prefix in the capitalised form.
-    CLangueTest clChinois({L"", L"\u661f\u671f\u4e00;\u661f\u671f\u4e8c;\u661f\u671f\u4e09;\u661f\u671f\u56db;"
+    CFakeLangue clChinois({L"", L"\u661f\u671f\u4e00;\u661f\u671f\u4e8c;\u661f\u671f\u4e09;\u661f\u671f\u56db;"
                                 L"\u661f\u671f\u4e94;\u661f\u671f\u516d;\u661f\u671f\u65e5", L""},
                           {L"", L"", L""});
     clMasque.vSetInfoLangueMasque(&clChinois, 0, 936);
@@ -342,7 +319,7 @@ TEST(DateMask, PredefinedMasksFollowSystemAndLanguage) {
     // The cache of regional settings, and a right-to-left language on the system's settings.
     CMasque::s_SetWinIntlParam(CMasque::LOCALE_DATE_COURTE, L"yyyy-MM-dd");
     EXPECT_EQ(Affiche(L"UseSystemMask", L"20240315"), L"2024-03-15");
-    CLangueTest clDroite({L"", L"", L""}, {L"", L"", L""}, true, true);
+    CFakeLangue clDroite({L"", L"", L""}, {L"", L"", L""}, true, true);
     M clInverse(L"UseSystemMask", true, nullptr);
     clInverse.vSetInfoLangueMasque(&clDroite, 0, 1256);
     EXPECT_STREQ(clInverse.pszGetMasqueDateSelonSaisie(0), L"JJ-MM-AAAA");

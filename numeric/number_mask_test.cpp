@@ -9,6 +9,7 @@
 #include <string>
 
 #include "component/interfaces/machine.h"
+#include "component/testing/fake_language.h"
 
 namespace {
 
@@ -251,24 +252,9 @@ TEST_F(NumberMask, ReadsDisplayTextBack) {
     }
 }
 
-// A language that writes from right to left; nothing else is asked of it.
-class CLangueDroiteAGauche : public IInfoLangue {
-public:
-    int nGetVersion() override { return 1; }
-    int nGetCompatSince() override { return 1; }
-    int nGetDllNum() override { return 0; }
-    void StdVersion_EmptySlot_1() override {}
-    void StdVersion_EmptySlot_2() override {}
-    void StdVersion_EmptySlot_3() override {}
-    int bEcritDeDroiteAGauche() override { return 1; }
-    const STParametreHeure* pstGetParametreHeure() override { return nullptr; }
-    const STParametreDate* pstGetParametreDate() override { return nullptr; }
-    int bParametreHeureSysteme() override { return 1; }
-    int bParametreDateSysteme() override { return 1; }
-};
-
 TEST_F(NumberMask, RightToLeftLanguageUsesANoBreakSpace) {
-    CLangueDroiteAGauche clLangue;
+    // Nothing but the writing direction.
+    CFakeLangue clLangue({.bSysteme = true, .bDroiteAGauche = true});
     CMasqueNumerique cl(L"999 999", nullptr);
     cl.vSetInfoLangueMasque(&clLangue, 0, 0);
     CTString clSortie;
@@ -392,17 +378,6 @@ TEST_F(NumberMask, ByteSizesWithSingularAndPlural) {
 
 namespace {
 
-// A language with number settings of its own, as a test sets them.
-class CLangueNumerique : public CLangueDroiteAGauche {
-public:
-    explicit CLangueNumerique(const STParametreNumerique& st, bool bDroiteAGauche = false)
-        : m_st(st), m_bDroiteAGauche(bDroiteAGauche) {}
-    int bEcritDeDroiteAGauche() override { return m_bDroiteAGauche ? 1 : 0; }
-    const STParametreNumerique* pstGetParametreNumerique() override { return &m_st; }
-    STParametreNumerique m_st;
-    bool m_bDroiteAGauche;
-};
-
 constexpr STParametreNumerique kAnglais = {L".", L",", L"$", 0, 2, 1, 2, 1, nullptr};
 
 std::wstring sSysteme(const wchar_t* pszMasque, IInfoLangue* piLangue, const wchar_t* pszValeur, int nOptions = 0) {
@@ -441,26 +416,27 @@ TEST_F(NumberMask, SystemMasksTakeTheLanguageLayouts) {
         stParametres.nDecimalesMonetaire = st.nDecimalesMonetaire;
         stParametres.nOrdreNegatifNombre = st.nNegatifNombre;
         stParametres.nDecimalesNombre = st.nDecimalesNombre;
-        CLangueNumerique clLangue(stParametres);
+        CFakeLangue clLangue(stParametres);
         EXPECT_EQ(sSysteme(st.pszMasque, &clLangue, st.pszValeur), st.pszAttendu) << "line " << st.nLigne;
     }
-    // Without a language of its own the system's layout stands: grouped digits, two decimals.
+    // Without a language of its own the system's layout stands: grouped digits, two decimals;
+    // a right-to-left language shows its blank separator as a no-break space.
     EXPECT_EQ(sSysteme(L"MoneySystemMask$", nullptr, L"-1234.5"), L"-1 234,50 \u20ac");
-    CLangueDroiteAGauche clSysteme;
+    CFakeLangue clSysteme({.bSysteme = true, .bDroiteAGauche = true});
     EXPECT_EQ(sSysteme(L"NumSystemMask", &clSysteme, L"-1234.5"), L"-1\u00a0234,50");
 }
 
 TEST_F(NumberMask, LanguageGivesSeparatorsAndCurrencyToMoneyMasksOnly) {
     STParametreNumerique st = kAnglais;
     st.pszDevise = L"\U0001F4B0";
-    CLangueNumerique clLangue(st);
+    CFakeLangue clLangue(st);
     EXPECT_EQ(sSysteme(L"999 999,99 $", &clLangue, L"1234.5"), L"1,234.50 \U0001F4B0");
     // Flag 1 keeps the class currency; flag 2 makes a mask without "$" a money mask.
     EXPECT_EQ(sSysteme(L"999 999,99 $", &clLangue, L"1234.5", 1), L"1,234.50 \u20ac");
     EXPECT_EQ(sSysteme(L"999 999,99", &clLangue, L"1234.5", 2), L"1,234.50");
     // A right-to-left language with a blank separator of its own shows a no-break space.
     st.pszSeparateurMillier = L" ";
-    CLangueNumerique clDroite(st, true);
+    CFakeLangue clDroite(st, true);
     EXPECT_EQ(sSysteme(L"999 999,99", &clDroite, L"1234.5"), L"1\u00a0234.50");
     // Back to no language: the class values return.
     CMasqueNumerique cl(L"999 999,99 $", nullptr);
@@ -475,7 +451,7 @@ TEST_F(NumberMask, ByteSizesSpeakTheLanguage) {
     STParametreNumerique st = kAnglais;
     st.pszSeparateurDecimal = L",";
     st.pszUnitesTaille = L"octet(s);Ko;Mo;Go;To";
-    CLangueNumerique clFrancais(st);
+    CFakeLangue clFrancais(st);
     struct {
         int nLigne;
         double dValeur;
@@ -496,7 +472,7 @@ TEST_F(NumberMask, ByteSizesSpeakTheLanguage) {
         EXPECT_STREQ(clSortie.pszGet(), c.pszAttendu) << "line " << c.nLigne;
     }
     // A language without unit names of its own takes those of the message block.
-    CLangueNumerique clAnglais(kAnglais);
+    CFakeLangue clAnglais(kAnglais);
     cl.vSetInfoLangueMasque(&clAnglais, 0, 1252);
     CTString clSortie;
     cl.MetAuFormatTailleDisque(1536.0, &clSortie, 0);

@@ -10,6 +10,7 @@
 #include "host/calendar.h"
 #include "host/machine.h"
 #include "tests/machine_fixture.h"
+#include "tests/ovrun_process.h"
 #include "host/vm.h"
 
 namespace ovhost {
@@ -159,25 +160,22 @@ TEST_F(DatesEndToEnd, NowAndTheClockIntoADateTimeByReference) {
 }
 
 #ifdef OVRUN_PATH
-std::string sOvrun(const std::string& sArguments) {
-    std::string sSortie;
-    FILE* pf = popen((std::string(OVRUN_PATH) + " " + sArguments + " 2>&1").c_str(), "r");
-    if (pf == nullptr) return sSortie;
-    char sz[512];
-    while (std::fgets(sz, sizeof sz, pf) != nullptr) sSortie += sz;
-    pclose(pf);
-    return sSortie;
+std::string sOvrun(std::vector<std::string> tabArguments) {
+    for (const char* psz : {"DateVersChaine(\"20240315\", \"JJJJ JJ MMMM AAAA\")", "ChaineVersDate(\"15/03/2024\", \"JJ/MM/AAAA\")",
+                            "Paques(2024)", "DateHeureLocaleVersFuseau(\"20240331\", \"Nowhere/Atlantis\")"}) {
+        tabArguments.push_back("-e");
+        tabArguments.push_back(psz);
+    }
+    return ovtest::stLanceOvrun(OVRUN_PATH, tabArguments).sTexte;
 }
 
 TEST(DatesOvrun, JsonInFrenchAndEnglish) {
-    const std::string sExpr = " -e 'DateVersChaine(\"20240315\", \"JJJJ JJ MMMM AAAA\")' -e 'ChaineVersDate(\"15/03/2024\", \"JJ/MM/AAAA\")'"
-                              " -e 'Paques(2024)' -e 'DateHeureLocaleVersFuseau(\"20240331\", \"Nowhere/Atlantis\")'";
-    const std::string sFr = sOvrun("--json" + sExpr);
+    const std::string sFr = sOvrun({"--json"});
     EXPECT_NE(sFr.find("vendredi 15 mars 2024"), std::string::npos) << sFr;
     EXPECT_NE(sFr.find("\"20240315\""), std::string::npos) << sFr;
     EXPECT_NE(sFr.find("\"20240331\""), std::string::npos) << sFr;
     EXPECT_NE(sFr.find("81865"), std::string::npos) << sFr;
-    const std::string sEn = sOvrun("--json --langue en" + sExpr);
+    const std::string sEn = sOvrun({"--json", "--langue", "en"});
     EXPECT_NE(sEn.find("Friday 15 March 2024"), std::string::npos) << sEn;
     EXPECT_NE(sEn.find("\"20240315\""), std::string::npos) << sEn;
 }

@@ -9,6 +9,7 @@
 #include "host/machine.h"
 #include "host/vm.h"
 #include "tests/machine_fixture.h"
+#include "tests/ovrun_process.h"
 
 namespace ovhost {
 namespace {
@@ -149,23 +150,20 @@ TEST_F(NumbersEndToEnd, PrintfFormatsTakeTheProcessLocaleInEveryLanguage) {
 }
 
 #ifdef OVRUN_PATH
-std::string sOvrun(const std::string& sArguments) {
-    std::string sSortie;
-    FILE* pf = popen((std::string(OVRUN_PATH) + " " + sArguments + " 2>&1").c_str(), "r");
-    if (pf == nullptr) return sSortie;
-    char sz[512];
-    while (std::fgets(sz, sizeof sz, pf) != nullptr) sSortie += sz;
-    pclose(pf);
-    return sSortie;
-}
-
 // The whole road from the command line: the language chosen there reaches the masks.
 TEST(NumbersOvrun, SystemMasksAndSizesInFrenchAndEnglish) {
-    const std::string sExpr = " -e 'NumeriqueVersChaine(-1234.5, \"MoneySystemMask$\")'"
-                              " -e 'NumeriqueVersChaine(-1234567.891, \"NumSystemMask\")' -e 'TailleVersChaine(1536)'"
-                              " -e 'TailleVersChaine(1, 1)'";
-    EXPECT_EQ(sOvrun("--langue fr" + sExpr), "-1 234,50 \u20ac\n-1 234 567,89\n1,50 Ko\n1 octet\n");
-    EXPECT_EQ(sOvrun("--langue en" + sExpr), "-$1,234.50\n-1,234,567.89\n1.50 KB\n1 byte\n");
+    auto sOvrun = [](const char* pszLangue) {
+        std::vector<std::string> tab = {"--langue", pszLangue};
+        for (const char* psz : {"NumeriqueVersChaine(-1234.5, \"MoneySystemMask$\")",
+                                "NumeriqueVersChaine(-1234567.891, \"NumSystemMask\")", "TailleVersChaine(1536)",
+                                "TailleVersChaine(1, 1)"}) {
+            tab.push_back("-e");
+            tab.push_back(psz);
+        }
+        return ovtest::stLanceOvrun(OVRUN_PATH, tab).sTexte;
+    };
+    EXPECT_EQ(sOvrun("fr"), "-1 234,50 \u20ac\n-1 234 567,89\n1,50 Ko\n1 octet\n");
+    EXPECT_EQ(sOvrun("en"), "-$1,234.50\n-1,234,567.89\n1.50 KB\n1 byte\n");
 }
 #endif
 

@@ -11,6 +11,7 @@
 
 #include "host/machine.h"
 #include "tests/machine_fixture.h"
+#include "tests/ovrun_process.h"
 #include "host/vm.h"
 
 namespace ovhost {
@@ -80,35 +81,31 @@ std::string sOvrunPath() {
     return (nSlash == std::string::npos ? std::string(".") : sLibrary.substr(0, nSlash)) + "/ovrun";
 }
 
-std::string sRun(const std::string& sArguments, int* pnStatus) {
-    const std::string sCommand = "'" + sOvrunPath() + "' " + sArguments + " 2>&1";
-    FILE* pf = popen(sCommand.c_str(), "r");
-    if (pf == nullptr) return "popen failed";
-    std::string sOut;
-    char sz[256];
-    while (fgets(sz, sizeof sz, pf) != nullptr) sOut += sz;
-    *pnStatus = pclose(pf);
-    return sOut;
+std::string sRun(const std::vector<std::string>& tabArguments, int* pnStatus) {
+    const ovtest::STSortieOvrun st = ovtest::stLanceOvrun(sOvrunPath(), tabArguments);
+    *pnStatus = st.nStatus;
+    return st.sTexte;
 }
 
 TEST(SystemCommandLine, AVariantArgumentSetsWhatTheNextCallReads) {
     int nStatus = -1;
-    const std::string sOut = sRun("-e 'SysChangeEnvironnement(\"NAME\", \"No\xC3\xABl \xF0\x9F\x98\x80\")' "
-                                  "-e 'SysEnvironnement(\"NAME\")'", &nStatus);
-    EXPECT_EQ(WEXITSTATUS(nStatus), 0) << sOut;
+    const std::string sOut = sRun({"-e", "SysChangeEnvironnement(\"NAME\", \"No\xC3\xABl \xF0\x9F\x98\x80\")", "-e",
+                                   "SysEnvironnement(\"NAME\")"},
+                                  &nStatus);
+    EXPECT_EQ(nStatus, 0) << sOut;
     EXPECT_EQ(sOut, "Vrai\nNo\xC3\xABl \xF0\x9F\x98\x80\n");
 }
 
 TEST(SystemCommandLine, StringModeIsAWholeNumber) {
     int nStatus = -1;
     for (const char* pszMode : {"0", "1", "2", "-7"}) {
-        const std::string sOut = sRun(std::string("--mode-chaine ") + pszMode + " -e 'EstPair(4)'", &nStatus);
-        EXPECT_EQ(WEXITSTATUS(nStatus), 0) << pszMode << ": " << sOut;
+        const std::string sOut = sRun({"--mode-chaine", pszMode, "-e", "EstPair(4)"}, &nStatus);
+        EXPECT_EQ(nStatus, 0) << pszMode << ": " << sOut;
         EXPECT_EQ(sOut, "Vrai\n") << pszMode;
     }
     for (const char* pszMode : {"un", "1.5", "", "99999999999"}) {
-        const std::string sOut = sRun(std::string("--mode-chaine '") + pszMode + "' -e 'EstPair(4)'", &nStatus);
-        EXPECT_EQ(WEXITSTATUS(nStatus), 2) << pszMode;
+        const std::string sOut = sRun({"--mode-chaine", pszMode, "-e", "EstPair(4)"}, &nStatus);
+        EXPECT_EQ(nStatus, 2) << pszMode;
         EXPECT_NE(sOut.find("--mode-chaine needs an integer"), std::string::npos) << sOut;
     }
 }
