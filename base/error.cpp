@@ -26,6 +26,56 @@ unsigned int COVUnknown::dwRelease() noexcept {
 
 namespace {
 
+// The wide form of a module's narrow text (its file name or its version). Every raise names its
+// module, and modules describe themselves with the same few texts, so each thread keeps the last
+// ones it converted, checked by content as well as address.
+class CTextesModule {
+public:
+    // Null when memory fails; valid until the next call on this thread.
+    const wchar_t* pszWide(const char* pszNarrow) noexcept {
+        if (pszNarrow == nullptr) return nullptr;
+        for (STEntree& st : m_tab)
+            if (st.pszSource == pszNarrow && st.pszWide != nullptr && std::strcmp(st.pszCopie, pszNarrow) == 0)
+                return st.pszWide;
+        STEntree& st = m_tab[m_nProchaine];
+        m_nProchaine = (m_nProchaine + 1) % NB_ENTREES;
+        st.Libere();
+        st.pszCopie = strdup(pszNarrow);
+        st.pszWide = base_internal::pszUtf8VersWideAlloue(pszNarrow, base_internal::LONGUEUR_JUSQUA_ZERO);
+        if (st.pszCopie == nullptr || st.pszWide == nullptr) {
+            st.Libere();
+            return nullptr;
+        }
+        st.pszSource = pszNarrow;
+        return st.pszWide;
+    }
+    ~CTextesModule() {
+        for (STEntree& st : m_tab) st.Libere();
+    }
+
+private:
+    static constexpr int NB_ENTREES = 4;
+    struct STEntree {
+        const char* pszSource = nullptr;
+        char* pszCopie = nullptr;
+        wchar_t* pszWide = nullptr;
+        void Libere() noexcept {
+            free(pszCopie);
+            free(pszWide);
+            pszSource = nullptr;
+            pszCopie = nullptr;
+            pszWide = nullptr;
+        }
+    };
+    STEntree m_tab[NB_ENTREES];
+    int m_nProchaine = 0;
+};
+
+const wchar_t* pszTexteModule(const char* pszNarrow) noexcept {
+    thread_local CTextesModule tl_cl;
+    return tl_cl.pszWide(pszNarrow);
+}
+
 // How an info type stores its value and how it dumps.
 enum class EGenreInfo : uint8_t { Ignore, Texte, Nombre64, Nombre32, Objet, Pointeur };
 
@@ -552,16 +602,8 @@ void CXError::SetFunctionName(const wchar_t* pszNom, int nSyntaxe) noexcept {
 
 void CXError::InitModInfo(const _stMyModuleInfo* pstModule, bool bForce) noexcept {
     if (pstModule == nullptr) return;
-    if (bForce || m_pszModName == nullptr) {
-        wchar_t* pszNom = base_internal::pszUtf8VersWideAlloue(pstModule->pszNomFichier, base_internal::LONGUEUR_JUSQUA_ZERO);
-        _bCopieTexte(&m_pszModName, pszNom);
-        free(pszNom);
-    }
-    if (bForce || m_pszModVersion == nullptr) {
-        wchar_t* pszVersion = base_internal::pszUtf8VersWideAlloue(pstModule->pszVersion, base_internal::LONGUEUR_JUSQUA_ZERO);
-        _bCopieTexte(&m_pszModVersion, pszVersion);
-        free(pszVersion);
-    }
+    if (bForce || m_pszModName == nullptr) _bCopieTexte(&m_pszModName, pszTexteModule(pstModule->pszNomFichier));
+    if (bForce || m_pszModVersion == nullptr) _bCopieTexte(&m_pszModVersion, pszTexteModule(pstModule->pszVersion));
 }
 
 void CXError::InitModName(const wchar_t* pszNom) noexcept { _bCopieTexte(&m_pszModName, pszNom); }

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -98,6 +99,34 @@ TEST(ErrorLayout, MachineReadsLeadingFieldsThroughTheView) {
     EXPECT_EQ(pstVue->pszUserMessage, clErreur.pszGetUserMessage());
     EXPECT_STREQ(pstVue->pszUserMessage, L"Le numéro de fichier 7 n'est pas valide : « été.txt ».");
     EXPECT_STREQ(pstVue->pszDebugMessage, L"##(Test)-Handle=<7>##");
+}
+
+// Module names are kept converted between raises; a module whose texts change in place, or more
+// modules than are kept, still give each raise its own name.
+TEST(ErrorRaise, ModuleNamesFollowTheirTextsAcrossRaises) {
+    char szNom[32] = "d\xC3\xA9j\xC3\xA0.so";
+    char szVersion[16] = "1.0";
+    _stMyModuleInfo stModule = gstModuleTest;
+    stModule.pszNomFichier = szNom;
+    stModule.pszVersion = szVersion;
+    CXError clErreur(&stModule);
+    clErreur.SetUserError(&stModule, 81839);
+    EXPECT_STREQ(clErreur.pszGetModName(), L"d\u00e9j\u00e0.so");
+    std::strcpy(szNom, "\xF0\x9F\x98\x80.so");
+    std::strcpy(szVersion, "2.0");
+    clErreur.SetUserError(&stModule, 81839);
+    EXPECT_STREQ(clErreur.pszGetModName(), L"\U0001F600.so");
+    EXPECT_STREQ(clErreur.pszGetModVersion(), L"2.0");
+    char aszNoms[6][16];
+    for (int i = 0; i < 6; ++i) {
+        std::snprintf(aszNoms[i], sizeof aszNoms[i], "m%d.so", i);
+        stModule.pszNomFichier = aszNoms[i];
+        clErreur.SetUserError(&stModule, 81839);
+        EXPECT_EQ(std::wstring(clErreur.pszGetModName()), L"m" + std::to_wstring(i) + L".so");
+    }
+    stModule.pszNomFichier = nullptr;
+    clErreur.SetUserError(&stModule, 81839);
+    EXPECT_STREQ(clErreur.pszGetModName(), L"");
 }
 
 TEST(ErrorRaise, DefinedNumberTakesTextDetailAndLevelFromTheTable) {
