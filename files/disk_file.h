@@ -226,6 +226,16 @@ public:
                                 etxType* peType, CXError* pclErreur) noexcept;
     static bool bChargeTexteBOMFromBuffer(CXYString<wchar_t>* pclSortie, uint8_t* pbyData, size_t nTaille,
                                           unsigned int nCodePage, etxType* peType) noexcept;
+    // "cp -f [-r] SOURCE DESTINATION" by system calls: the source's last component may hold a
+    // pattern; a destination that is a directory receives the entries under their own names.
+    // Symbolic links inside a tree are copied as links, never followed.
+    static bool bCopyTree(const wchar_t* pszDestination, const wchar_t* pszSource, bool bRecursif,
+                          CXError* pclErreur) noexcept;
+    // "mv -f SOURCE DESTINATION": a rename; across file systems a copy of the whole tree, and the
+    // source is removed only once the copy is complete.
+    static bool bMoveTree(const wchar_t* pszDestination, const wchar_t* pszSource, CXError* pclErreur) noexcept;
+    // True for a directory with no entry but "." and "..".
+    static bool bEstVide(const wchar_t* pszRepertoire) noexcept;
     static bool bConcat(const wchar_t* pszDestination, const wchar_t* pszSource, CXError* pclErreur) noexcept;
 
     // ================================================================ directory walking
