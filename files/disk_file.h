@@ -258,6 +258,16 @@ public:
     static void _OnMemoryError(CXError* pclErreur) noexcept;
 
 private:
+    // Level 3, the system error nErreur and the handle's debug text; the caller adds its own lines.
+    void _DebutEchec(int nErreur) noexcept;
+    // The user message nIdMessage with the error name, and errno left as nErreur.
+    int _nFinEchec(int nErreur, unsigned int nIdMessage) noexcept;
+    // Gives what pszReadLine read ahead back to the descriptor, so that other operations start
+    // from the caller's position.
+    bool _bRenonceTamponLigne() noexcept;
+    bool _bPoseVerrou(short nType, long oDebut, long oLongueur, int nCommande) noexcept;
+    bool _bLectureSeule() const noexcept;
+
     wchar_t m_szChemin[kMaxPath + 1] = {};
     int m_nDescripteur = -1;
     long m_oOffset = 0;

@@ -891,6 +891,8 @@ bool CStandInMachine::bCallPrepared(const STPreparedCall& stCall, void** ppArgum
 bool CStandInMachine::bFinInitResult() const { return m_pclImpl->bFinInit; }
 const std::string& CStandInMachine::sLoadNote() const { return m_pclImpl->sLoadNote; }
 void CStandInMachine::SetModeChaine(int nMode) { m_pclImpl->clVM.SetModeChaine(nMode); }
+void CStandInMachine::SetProcedureHost(IProcedureHost* piProcedures) { m_pclImpl->clVM.SetProcedureHost(piProcedures); }
+void CStandInMachine::ArmeInterruption(int nApres) { m_pclImpl->clVM.ArmeInterruption(nApres); }
 
 const STFunctionInfo* CStandInMachine::pstFindFunction(std::string_view sName) const {
     const int n = m_pclImpl->nFindFunction(sName);

@@ -13,6 +13,8 @@
 
 namespace ovhost {
 
+class IProcedureHost;  // host/vm.h
+
 struct STOverloadInfo {
     uint32_t dwResult = 0;               // whole type word
     std::vector<uint32_t> tabArguments;  // whole type words
@@ -116,6 +118,10 @@ public:
     // form is its own choice (code 0x4b) and that has no text input to follow answers 8-bit text
     // (UTF-8) in modes 1 and 2, wide text in any other.
     void SetModeChaine(int nMode);
+    // The procedures the library's callback forms find by name (null: none), and the user's
+    // interruption: the nApres-th check from now answers that the user stopped (0 disarms).
+    void SetProcedureHost(IProcedureHost* piProcedures);
+    void ArmeInterruption(int nApres);
 
     // Picks an overload by argument count and types, converts, calls the thunk, reads the result
     // pushed through SetRetour and the error object. By-reference arguments are written back into

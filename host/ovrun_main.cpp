@@ -38,6 +38,7 @@ const char gszUsage[] =
     "  --mode-chaine N   the machine's string mode: 1 or 2, text functions free to choose answer\n"
     "                    8-bit text; any other number (0, the default), wide text\n"
     "  --langue fr|en    the machine's language for date texts and masks (default: fr)\n"
+    "  --interruption N  the user stops the program at the N-th check a function makes\n"
     "  -h, --help        this text\n"
     "\n"
     "Exit status: 0 when every statement ran (language errors are results), 1 when a call\n"
@@ -58,6 +59,7 @@ public:
                std::string* psError) override {
         return m_pclMachine->bCall(sName, tabArguments, pstOutcome, psError);
     }
+    void SetProcedures(IProcedureHost* piProcedures) override { m_pclMachine->SetProcedureHost(piProcedures); }
 
 private:
     CStandInMachine* m_pclMachine;
@@ -74,6 +76,7 @@ struct STOptions {
     bool bLibrary = false;
     std::string sLibraryPath;
     int nModeChaine = 0;  // Unicode mode
+    int nInterruption = 0;  // not armed
     bool bHelp = false;
 };
 
@@ -135,6 +138,13 @@ bool bParseOptions(int nArgc, char** ppszArgv, STOptions* pstOptions, std::strin
             if (!bTakeValue(&sMode)) return false;
             if (!bParseMode(sMode, &pstOptions->nModeChaine)) {
                 *psError = "--mode-chaine needs an integer, not '" + sMode + "'";
+                return false;
+            }
+        } else if (!bOptionsEnded && sArgument == "--interruption") {
+            std::string sApres;
+            if (!bTakeValue(&sApres)) return false;
+            if (!bParseMode(sApres, &pstOptions->nInterruption) || pstOptions->nInterruption < 1) {
+                *psError = "--interruption needs a positive integer, not '" + sApres + "'";
                 return false;
             }
         } else if (!bOptionsEnded && (sArgument == "-h" || sArgument == "--help")) {
@@ -224,9 +234,28 @@ int nDescribe(const CStandInMachine& clMachine, const std::string& sName) {
     return gnExitRefused;
 }
 
+// Each call of the recorder, on its own line as it happens, before the statement's result.
+void WriteTrace(const std::vector<CValue>& tabArguments) {
+    std::string sLine = std::string(gszRecorderName) + "(";
+    for (size_t n = 0; n < tabArguments.size(); ++n) {
+        if (n > 0) sLine += ", ";
+        const CValue& cl = tabArguments[n];
+        const bool bText = cl.eKind == EValueKind::Text || cl.eKind == EValueKind::Ansi;
+        sLine += bText ? sJsonString(sFormatValue(cl)) : sFormatValue(cl);
+    }
+    WriteOut(sLine + ")");
+}
+
+void WriteTraceJson(const std::vector<CValue>& tabArguments) {
+    std::string sLine = "{\"trace\":[";
+    for (size_t n = 0; n < tabArguments.size(); ++n) sLine += (n > 0 ? "," : "") + sJsonValue(tabArguments[n]);
+    WriteOut(sLine + "]}");
+}
+
 int nRunStatements(IScriptHost* piHost, const std::vector<STStatement>& tabStatements, const std::string& sOrigin,
                    bool bJson, bool bEcho) {
     CScriptRunner clRunner(piHost);
+    clRunner.SetTraceOutput(bJson ? WriteTraceJson : WriteTrace);
     const bool bNarrate = bEcho && !bJson;
     bool bAfterStatement = false;
     for (const STStatement& stStatement : tabStatements) {
@@ -315,6 +344,7 @@ int nMain(int nArgc, char** ppszArgv) {
     }
     if (!clMachine.sLoadNote().empty()) WriteError("ovrun: note: " + clMachine.sLoadNote());
     clMachine.SetModeChaine(stOptions.nModeChaine);
+    clMachine.ArmeInterruption(stOptions.nInterruption);
     if (stOptions.bList) return nList(clMachine);
     if (stOptions.bDescribe) return nDescribe(clMachine, stOptions.sDescribeName);
 

@@ -10,6 +10,7 @@
 
 #include "component/interfaces/type_codes.h"
 #include "host/printer.h"
+#include "host/utf8.h"
 
 namespace ovhost {
 
@@ -18,6 +19,9 @@ namespace {
 // Deep enough for any real use; shallow enough that the recursive parser and runner never come
 // near the end of the stack, whatever a hostile script nests.
 constexpr int gnMaxNesting = 200;
+// Procedures that call the library that calls procedures again: each level costs a walk's frames
+// and a thunk's, so the bound is far lower than the nesting of one expression.
+constexpr int gnMaxProcedureDepth = 32;
 
 bool bFail(int nLine, int nColumn, std::string sMessage, STScriptError* pstError) {
     if (pstError != nullptr) {
@@ -408,7 +412,9 @@ private:
         const size_t nFirst = m_nIndex;
         pstStatement->nLine = stFirst.nLine;
         pstStatement->nColumn = stFirst.nColumn;
-        if (stFirst.eKind == ETokenKind::Name && stNext().eKind == ETokenKind::Equals) {
+        if (stFirst.eKind == ETokenKind::Name && stFirst.sText == "procedure" && stNext().eKind == ETokenKind::Name) {
+            if (!bParseProcedureHead(pstStatement, pstError)) return false;
+        } else if (stFirst.eKind == ETokenKind::Name && stNext().eKind == ETokenKind::Equals) {
             if (bIsKeyword(stFirst.sText))
                 return bFail(stFirst.nLine, stFirst.nColumn, stFirst.sText + " cannot be assigned", pstError);
             pstStatement->eKind = EStatementKind::Assignment;
@@ -424,6 +430,50 @@ private:
             stAfter.eKind != ETokenKind::Comment)
             return bFail(stAfter.nLine, stAfter.nColumn, "unexpected " + sDescribe(stAfter) + " after the statement",
                          pstError);
+        return true;
+    }
+
+    // "procedure Name(a, b) =": the head, up to the body's expression.
+    bool bParseProcedureHead(STStatement* pstStatement, STScriptError* pstError) {
+        ++m_nIndex;
+        const STToken& stName = stCurrent();
+        pstStatement->eKind = EStatementKind::Procedure;
+        pstStatement->sTarget = stName.sText;
+        if (bIsKeyword(stName.sText))
+            return bFail(stName.nLine, stName.nColumn, stName.sText + " cannot name a procedure", pstError);
+        ++m_nIndex;
+        if (stCurrent().eKind != ETokenKind::LeftParen)
+            return bFail(stCurrent().nLine, stCurrent().nColumn,
+                         "expected '(' after procedure " + stName.sText + ", found " + sDescribe(stCurrent()), pstError);
+        ++m_nIndex;
+        if (stCurrent().eKind == ETokenKind::RightParen) {
+            ++m_nIndex;
+        } else {
+            for (;;) {
+                const STToken& stParameter = stCurrent();
+                if (stParameter.eKind != ETokenKind::Name || bIsKeyword(stParameter.sText))
+                    return bFail(stParameter.nLine, stParameter.nColumn,
+                                 "expected a parameter name, found " + sDescribe(stParameter), pstError);
+                if (std::find(pstStatement->tabParameters.begin(), pstStatement->tabParameters.end(),
+                              stParameter.sText) != pstStatement->tabParameters.end())
+                    return bFail(stParameter.nLine, stParameter.nColumn,
+                                 "parameter " + stParameter.sText + " is given twice", pstError);
+                pstStatement->tabParameters.push_back(stParameter.sText);
+                ++m_nIndex;
+                const STToken& stSeparator = stCurrent();
+                ++m_nIndex;
+                if (stSeparator.eKind == ETokenKind::RightParen) break;
+                if (stSeparator.eKind != ETokenKind::Comma)
+                    return bFail(stSeparator.nLine, stSeparator.nColumn,
+                                 "expected ',' or ')' in the parameters of " + stName.sText + ", found " +
+                                     sDescribe(stSeparator),
+                                 pstError);
+            }
+        }
+        if (stCurrent().eKind != ETokenKind::Equals)
+            return bFail(stCurrent().nLine, stCurrent().nColumn,
+                         "expected '=' and the procedure's answer, found " + sDescribe(stCurrent()), pstError);
+        ++m_nIndex;
         return true;
     }
 
@@ -518,6 +568,10 @@ public:
     bool bRun(std::vector<STStatement>* ptabStatements, STScriptError* pstError) {
         for (STStatement& stStatement : *ptabStatements) {
             if (stStatement.eKind == EStatementKind::Remark) continue;
+            if (stStatement.eKind == EStatementKind::Procedure) {
+                if (!bResolveProcedure(&stStatement, pstError)) return false;
+                continue;
+            }
             if (!bResolve(&stStatement.stExpression, pstError)) return false;
             if (stStatement.eKind == EStatementKind::Assignment) {
                 if (m_setVariables.count(stStatement.sTarget) == 0 &&
@@ -532,6 +586,26 @@ public:
     }
 
 private:
+    bool bResolveProcedure(STStatement* pstStatement, STScriptError* pstError) {
+        const std::string& sName = pstStatement->sTarget;
+        if (sName == gszRecorderName || m_setProcedures.count(sName) != 0)
+            return bFail(pstStatement->nLine, pstStatement->nColumn, "procedure " + sName + " is already defined",
+                         pstError);
+        if (m_piHost->pstFindFunction(sName) != nullptr || m_piHost->pstFindConstant(sName) != nullptr)
+            return bFail(pstStatement->nLine, pstStatement->nColumn,
+                         sName + " is a name of the library and cannot name a procedure", pstError);
+        // The body sees its parameters and nothing of the script's variables: it may run at any
+        // point of a walk, long after the line that defined it.
+        std::set<std::string, std::less<>> setScript;
+        setScript.swap(m_setVariables);
+        m_setVariables.insert(pstStatement->tabParameters.begin(), pstStatement->tabParameters.end());
+        // Defined before its body is resolved, so the body may name it (a walk inside a walk).
+        m_setProcedures.insert(sName);
+        const bool bOk = bResolve(&pstStatement->stExpression, pstError);
+        m_setVariables.swap(setScript);
+        return bOk;
+    }
+
     bool bResolve(STExpression* pstExpression, STScriptError* pstError) {
         switch (pstExpression->eKind) {
         case EExpressionKind::Literal:
@@ -545,6 +619,11 @@ private:
     bool bResolveName(STExpression* pstExpression, STScriptError* pstError) {
         if (m_setVariables.count(pstExpression->sName) != 0) {
             pstExpression->eKind = EExpressionKind::Variable;
+            return true;
+        }
+        if (pstExpression->sName == gszRecorderName || m_setProcedures.count(pstExpression->sName) != 0) {
+            pstExpression->eKind = EExpressionKind::Literal;
+            pstExpression->clValue = CValue::Text(sWideFromBytes(pstExpression->sName));
             return true;
         }
         if (const STConstantInfo* pstConstant = m_piHost->pstFindConstant(pstExpression->sName)) {
@@ -598,6 +677,7 @@ private:
 
     const IScriptHost* m_piHost;
     std::set<std::string, std::less<>> m_setVariables;
+    std::set<std::string, std::less<>> m_setProcedures;
 };
 
 }  // namespace
@@ -622,12 +702,92 @@ bool bResolveScript(std::vector<STStatement>* ptabStatements, const IScriptHost&
     return CResolver(&iHost).bRun(ptabStatements, pstError);
 }
 
+CScriptRunner::CScriptRunner(IScriptHost* piHost) : m_piHost(piHost) {
+    if (m_piHost != nullptr) m_piHost->SetProcedures(this);
+}
+
+CScriptRunner::~CScriptRunner() {
+    if (m_piHost != nullptr) m_piHost->SetProcedures(nullptr);
+}
+
 bool CScriptRunner::bRun(const STStatement& stStatement, STStatementResult* pstResult, STScriptError* pstError) {
     *pstResult = STStatementResult();
     if (stStatement.eKind == EStatementKind::Remark) return true;
-    if (!bEvaluate(stStatement.stExpression, &pstResult->clValue, pstResult, pstError)) return false;
+    if (stStatement.eKind == EStatementKind::Procedure) {
+        m_mapProcedures.insert_or_assign(sWideFromBytes(stStatement.sTarget), stStatement);
+        return true;
+    }
+    m_pstResultEnCours = pstResult;
+    m_bEchecProcedure = false;
+    const bool bOk = bEvaluate(stStatement.stExpression, &pstResult->clValue, pstResult, pstError);
+    m_pstResultEnCours = nullptr;
+    if (!bOk) return false;
+    // A procedure whose body could not run is the script's mistake, as a call that cannot be made.
+    if (m_bEchecProcedure) {
+        if (pstError != nullptr) *pstError = m_stEchecProcedure;
+        return false;
+    }
     if (stStatement.eKind == EStatementKind::Assignment) m_mapVariables[stStatement.sTarget] = pstResult->clValue;
     return true;
+}
+
+int CScriptRunner::nTrouveProcedure(std::wstring_view sNom) {
+    if (sNom == L"Trace") return 0;
+    auto it = m_mapProcedures.find(sNom);
+    return it == m_mapProcedures.end() ? -1 : static_cast<int>(it->second.tabParameters.size());
+}
+
+// Arguments past the declared parameters are dropped and missing ones are Null: the library
+// decides what it pushes, and a procedure takes what it names.
+bool CScriptRunner::bExecuteProcedure(std::wstring_view sNom, const std::vector<CValue>& tabArguments,
+                                      CValue* pclRetour, std::string* psErreur) {
+    try {
+        if (sNom == L"Trace") {
+            m_tabTrace.push_back(tabArguments);
+            if (m_pfnTrace != nullptr) m_pfnTrace(tabArguments);
+            *pclRetour = CValue::Bool(true);
+            return true;
+        }
+        auto it = m_mapProcedures.find(sNom);
+        if (it == m_mapProcedures.end()) {
+            *psErreur = "no procedure " + sUtf8(sNom);
+            return false;
+        }
+        const STStatement& stProcedure = it->second;
+        if (m_nProfondeur >= gnMaxProcedureDepth) {
+            *psErreur = "procedures call each other too deeply";
+            return bNoteEchec(stProcedure, *psErreur);
+        }
+        std::map<std::string, CValue, std::less<>> mapParametres;
+        for (size_t n = 0; n < stProcedure.tabParameters.size(); ++n)
+            mapParametres[stProcedure.tabParameters[n]] = n < tabArguments.size() ? tabArguments[n] : CValue::Null();
+        mapParametres.swap(m_mapVariables);
+        ++m_nProfondeur;
+        STStatementResult stLocal;
+        STStatementResult* pstResult = m_pstResultEnCours != nullptr ? m_pstResultEnCours : &stLocal;
+        STScriptError stError;
+        const bool bOk = bEvaluate(stProcedure.stExpression, pclRetour, pstResult, &stError);
+        --m_nProfondeur;
+        mapParametres.swap(m_mapVariables);
+        if (!bOk) {
+            *psErreur = "in procedure " + stProcedure.sTarget + ": " + stError.sMessage;
+            return bNoteEchec(stProcedure, *psErreur, &stError);
+        }
+        return true;
+    } catch (const std::exception& e) {
+        *psErreur = e.what();
+        return false;
+    }
+}
+
+bool CScriptRunner::bNoteEchec(const STStatement& stProcedure, const std::string& sMessage, const STScriptError* pstAt) {
+    if (!m_bEchecProcedure) {
+        m_bEchecProcedure = true;
+        m_stEchecProcedure.nLine = pstAt != nullptr && pstAt->nLine > 0 ? pstAt->nLine : stProcedure.nLine;
+        m_stEchecProcedure.nColumn = pstAt != nullptr && pstAt->nLine > 0 ? pstAt->nColumn : stProcedure.nColumn;
+        m_stEchecProcedure.sMessage = sMessage;
+    }
+    return false;
 }
 
 const CValue* CScriptRunner::pclVariable(std::string_view sName) const {

@@ -1,5 +1,6 @@
 // The statement language of ovrun: one statement a line, literals, variables, the library's
-// constants and nested calls of its functions. A script is tokenized, parsed and resolved against
+// constants, nested calls of its functions, and small procedures that the library's callback forms
+// call (`procedure Garde(rep, nom) = Vrai`), beside the built-in recorder `Trace`. A script is tokenized, parsed and resolved against
 // the library as a whole before anything runs, so a mistake on any line runs nothing.
 #pragma once
 
@@ -10,6 +11,7 @@
 
 #include "host/machine.h"
 #include "host/value.h"
+#include "host/vm.h"
 
 namespace ovhost {
 
@@ -72,13 +74,19 @@ enum class EStatementKind {
     Expression,  // its value is shown
     Assignment,  // sTarget = expression, shows nothing
     Remark,      // a line holding only a comment, kept so the tour can narrate
+    Procedure,   // procedure sTarget(tabParameters) = expression: defines it, shows nothing
 };
+
+// The procedure that every script has: it records the arguments of each call, hands them to the
+// runner's trace output and answers Vrai, so a walk goes on.
+inline constexpr char gszRecorderName[] = "Trace";
 
 struct STStatement {
     EStatementKind eKind = EStatementKind::Expression;
     int nLine = 0;
     int nColumn = 0;
     std::string sTarget;
+    std::vector<std::string> tabParameters;  // Procedure
     STExpression stExpression;
     std::string sSource;  // the statement's text without its comment; a Remark's comment text
 };
@@ -96,14 +104,18 @@ public:
     // As CStandInMachine::bCall: false when the call cannot be made at all.
     virtual bool bCall(std::string_view sName, std::vector<CValue>& tabArguments,
                        STCallOutcome* pstOutcome, std::string* psError) = 0;
+    // Where the machine finds the procedures the library calls back; null withdraws them.
+    virtual void SetProcedures(IProcedureHost* /*piProcedures*/) {}
 
 protected:
     ~IScriptHost() = default;
 };
 
 // Binds names in script order: a variable must be assigned on an earlier line (or be handed to a
-// by-reference argument, which declares it), otherwise a name is one of the library's constants.
-// Checks that every function exists and takes the number of arguments given.
+// by-reference argument, which declares it), a procedure defined on an earlier line (its bare name
+// then stands for its name as text, as a callback argument wants), otherwise a name is one of the
+// library's constants. A procedure's body sees its parameters only. Checks that every function
+// exists and takes the number of arguments given.
 bool bResolveScript(std::vector<STStatement>* ptabStatements, const IScriptHost& iHost,
                     STScriptError* pstError);
 
@@ -114,10 +126,23 @@ struct STStatementResult {
     std::string sNote;    // what the machine noted about the statement's calls, if anything
 };
 
-// Runs resolved statements one at a time and keeps the variables between them.
-class CScriptRunner {
+// Runs resolved statements one at a time and keeps the variables between them. While it lives, the
+// script's procedures and the recorder are the ones the library can call back.
+class CScriptRunner final : public IProcedureHost {
 public:
-    explicit CScriptRunner(IScriptHost* piHost) : m_piHost(piHost) {}
+    explicit CScriptRunner(IScriptHost* piHost);
+    ~CScriptRunner();
+    CScriptRunner(const CScriptRunner&) = delete;
+    CScriptRunner& operator=(const CScriptRunner&) = delete;
+
+    // Each call of the recorder: its arguments, in call order.
+    const std::vector<std::vector<CValue>>& tabTrace() const { return m_tabTrace; }
+    // Told of each call of the recorder as it happens (ovrun prints it).
+    void SetTraceOutput(void (*pfnTrace)(const std::vector<CValue>& tabArguments)) { m_pfnTrace = pfnTrace; }
+
+    int nTrouveProcedure(std::wstring_view sNom) override;
+    bool bExecuteProcedure(std::wstring_view sNom, const std::vector<CValue>& tabArguments, CValue* pclRetour,
+                           std::string* psErreur) override;
 
     // False when a call could not be made at all (no overload for these values, no body here);
     // the error names the call's position and carries the machine's message.
@@ -128,9 +153,19 @@ public:
 private:
     bool bEvaluate(const STExpression& stExpression, CValue* pclValue, STStatementResult* pstResult,
                    STScriptError* pstError);
+    // Keeps the first failure of a procedure for the statement that set it off; answers false.
+    bool bNoteEchec(const STStatement& stProcedure, const std::string& sMessage,
+                    const STScriptError* pstAt = nullptr);
 
     IScriptHost* m_piHost;
     std::map<std::string, CValue, std::less<>> m_mapVariables;
+    std::map<std::wstring, STStatement, std::less<>> m_mapProcedures;
+    std::vector<std::vector<CValue>> m_tabTrace;
+    void (*m_pfnTrace)(const std::vector<CValue>&) = nullptr;
+    int m_nProfondeur = 0;                           // procedures running inside one another
+    STStatementResult* m_pstResultEnCours = nullptr;  // the statement whose calls are running
+    bool m_bEchecProcedure = false;                   // a procedure failed during the statement
+    STScriptError m_stEchecProcedure;
 };
 
 }  // namespace ovhost

@@ -1,6 +1,7 @@
 // Tests of ovrun's script language and printing, against a fake library.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -173,6 +174,9 @@ public:
         Add("fFerme", {ovtype::INT, {ovtype::INT}});
         Add("Lit", {ovtype::BOOL, {uint32_t{ovtype::STRING} | ovtype::FLAG_BY_REFERENCE, ovtype::INT}});
         Add("SansCorps", {ovtype::VOID, {}});
+        // A walk with a callback: calls the procedure with ("rep/", "f<i>", i) for i = 1..n, until
+        // it answers Faux or fails; answers how many calls were made, -1 when one failed.
+        Add("Parcours", {ovtype::INT, {ovtype::PROCEDURE, ovtype::INT}});
         STConstantInfo stConstant;
         stConstant.sName = "foLecture";
         stConstant.clValue = CValue::Int(1);
@@ -202,6 +206,22 @@ public:
         } else if (sName == "Lit") {
             tabArguments[0] = CValue::Text(L"écrit 😀");
             pstOutcome->clResult = CValue::Bool(true);
+        } else if (sName == "Parcours") {
+            int32_t nAppels = 0;
+            for (int32_t n = 1; n <= tabArguments[1].nInteger; ++n) {
+                if (piProcedures == nullptr || piProcedures->nTrouveProcedure(tabArguments[0].sText) < 0) break;
+                ++nAppels;
+                CValue clRetour;
+                std::string sErreur;
+                if (!piProcedures->bExecuteProcedure(
+                        tabArguments[0].sText, {CValue::Text(L"rep/"), CValue::Text(L"f" + std::to_wstring(n)), CValue::Int(n)},
+                        &clRetour, &sErreur)) {
+                    nAppels = -1;
+                    break;
+                }
+                if (clRetour.eKind == EValueKind::Bool && clRetour.nInteger == 0) break;
+            }
+            pstOutcome->clResult = CValue::Int(nAppels);
         } else if (sName == "fFerme") {
             pstOutcome->clResult = CValue::Int(-1);
             pstOutcome->bError = true;
@@ -215,7 +235,10 @@ public:
         return true;
     }
 
+    void SetProcedures(IProcedureHost* pi) override { piProcedures = pi; }
+
     std::vector<std::string> tabCalls;
+    IProcedureHost* piProcedures = nullptr;
 
 private:
     void Add(const std::string& sName, STOverloadInfo stFirst, STOverloadInfo stSecond = {}) {
@@ -324,6 +347,106 @@ TEST(ScriptRun, CallThatCannotBeMadeStopsWithItsPlace) {
     EXPECT_EQ(sFormatScriptError("<command line>", stError),
               "<command line>:2:12: SansCorps has no body on this platform");
     EXPECT_EQ(clHost.tabCalls, std::vector<std::string>{"SansCorps"});
+}
+
+TEST(ScriptProcedure, RefusesMalformedOrClashingDefinitionsBeforeRunning) {
+    const STErrorCase tabSyntax[] = {
+        {__LINE__, "procedure P(a, a) = 1", 1, 16, "parameter a is given twice"},
+        {__LINE__, "procedure P(a b) = 1", 1, 15, "expected ',' or ')'"},
+        {__LINE__, "procedure P(1) = 1", 1, 13, "expected a parameter name"},
+        {__LINE__, "procedure P(a)", 1, 15, "expected '='"},
+        {__LINE__, "procedure P a = 1", 1, 13, "expected '('"},
+        {__LINE__, "procedure Vrai() = 1", 1, 11, "cannot name a procedure"},
+    };
+    for (const STErrorCase& stCase : tabSyntax) {
+        const STScriptError stError = stParseFailure(stCase.sSource);
+        EXPECT_EQ(stError.nLine, stCase.nErrorLine) << "line " << stCase.nLine;
+        EXPECT_EQ(stError.nColumn, stCase.nErrorColumn) << "line " << stCase.nLine;
+        EXPECT_NE(stError.sMessage.find(stCase.pszMessagePart), std::string::npos)
+            << "line " << stCase.nLine << ": " << stError.sMessage;
+    }
+    const STErrorCase tabResolution[] = {
+        // The body sees its parameters only, not the script's variables.
+        {__LINE__, "x = 1\nprocedure P(a) = EstPair(x)", 2, 26, "unknown name 'x'"},
+        {__LINE__, "Parcours(P, 1)\nprocedure P(a) = Vrai", 1, 10, "unknown name 'P'"},
+        {__LINE__, "procedure P() = 1\nprocedure P() = 2", 2, 1, "already defined"},
+        {__LINE__, "procedure Trace() = 1", 1, 1, "already defined"},
+        {__LINE__, "procedure RVB(a) = a", 1, 1, "name of the library"},
+        {__LINE__, "procedure P(a) = RVB(a)", 1, 18, "RVB takes 3 arguments"},
+    };
+    CFakeHost clHost;
+    for (const STErrorCase& stCase : tabResolution) {
+        std::vector<STStatement> tabStatements;
+        STScriptError stError;
+        ASSERT_TRUE(bParseScript(stCase.sSource, &tabStatements, &stError)) << "line " << stCase.nLine;
+        EXPECT_FALSE(bResolveScript(&tabStatements, clHost, &stError)) << "line " << stCase.nLine;
+        EXPECT_EQ(stError.nLine, stCase.nErrorLine) << "line " << stCase.nLine;
+        EXPECT_EQ(stError.nColumn, stCase.nErrorColumn) << "line " << stCase.nLine;
+        EXPECT_NE(stError.sMessage.find(stCase.pszMessagePart), std::string::npos)
+            << "line " << stCase.nLine << ": " << stError.sMessage;
+    }
+}
+
+TEST(ScriptProcedure, CallbackRunsTheBodyWithThePushedArgumentsAndItsAnswerStopsTheWalk) {
+    CFakeHost clHost;
+    // Garde answers Faux at once (1 is odd), which ends the walk after one call; Tous goes on.
+    auto tabResults = tabRun("x = 7\nprocedure Garde(rep, nom, n) = EstPair(n)\nParcours(Garde, 5)\n"
+                             "procedure Tous(rep, nom, n) = Vrai\nParcours(\"Tous\", 4)\nx",
+                             &clHost);
+    ASSERT_EQ(tabResults.size(), 6u);
+    ExpectSameValue(tabResults[2].clValue, CValue::Int(1), __LINE__);
+    ExpectSameValue(tabResults[4].clValue, CValue::Int(4), __LINE__);
+    // The body's parameters do not leak into the script's variables, nor replace them.
+    ExpectSameValue(tabResults[5].clValue, CValue::Int(7), __LINE__);
+    // Missing arguments are Null, extra ones dropped: Quatre's d is Null (even for the fake), and
+    // Un answers a text, which is no Faux.
+    auto tabMore = tabRun("procedure Un(rep) = rep\nprocedure Quatre(a, b, c, d) = EstPair(d)\n"
+                          "Parcours(Un, 3)\nParcours(Quatre, 3)",
+                          &clHost);
+    ExpectSameValue(tabMore[2].clValue, CValue::Int(3), __LINE__);
+    ExpectSameValue(tabMore[3].clValue, CValue::Int(3), __LINE__);
+}
+
+TEST(ScriptProcedure, RecorderKeepsEachCallAndLetsTheWalkGoOn) {
+    CFakeHost clHost;
+    auto tabStatements = tabResolved("Parcours(Trace, 3)", &clHost);
+    CScriptRunner clRunner(&clHost);
+    static std::vector<std::vector<CValue>> s_tabVus;
+    s_tabVus.clear();
+    clRunner.SetTraceOutput([](const std::vector<CValue>& tab) { s_tabVus.push_back(tab); });
+    STStatementResult stResult;
+    STScriptError stError;
+    ASSERT_TRUE(clRunner.bRun(tabStatements[0], &stResult, &stError)) << stError.sMessage;
+    ExpectSameValue(stResult.clValue, CValue::Int(3), __LINE__);
+    ASSERT_EQ(clRunner.tabTrace().size(), 3u);
+    EXPECT_EQ(s_tabVus.size(), 3u);
+    ExpectSameValue(clRunner.tabTrace()[2][1], CValue::Text(L"f3"), __LINE__);
+    ExpectSameValue(clRunner.tabTrace()[2][2], CValue::Int(3), __LINE__);
+}
+
+TEST(ScriptProcedure, BodyThatCannotRunFailsTheStatementAtTheBodysPlace) {
+    CFakeHost clHost;
+    auto tabStatements = tabResolved("procedure P(a) = SansCorps()\nParcours(P, 2)\nEstPair(2)", &clHost);
+    CScriptRunner clRunner(&clHost);
+    STStatementResult stResult;
+    STScriptError stError;
+    ASSERT_TRUE(clRunner.bRun(tabStatements[0], &stResult, &stError));
+    ASSERT_FALSE(clRunner.bRun(tabStatements[1], &stResult, &stError));
+    EXPECT_EQ(sFormatScriptError("s", stError), "s:1:18: in procedure P: SansCorps has no body on this platform");
+    // The walk saw the failure at once, and the next statement runs clean.
+    EXPECT_EQ(std::count(clHost.tabCalls.begin(), clHost.tabCalls.end(), "SansCorps"), 1);
+    EXPECT_TRUE(clRunner.bRun(tabStatements[2], &stResult, &stError)) << stError.sMessage;
+}
+
+TEST(ScriptProcedure, RunnerIsTheMachinesProcedureHostWhileItLives) {
+    CFakeHost clHost;
+    {
+        CScriptRunner clRunner(&clHost);
+        EXPECT_EQ(clHost.piProcedures, &clRunner);
+        EXPECT_EQ(clRunner.nTrouveProcedure(L"Trace"), 0);
+        EXPECT_EQ(clRunner.nTrouveProcedure(L"Absente"), -1);
+    }
+    EXPECT_EQ(clHost.piProcedures, nullptr);
 }
 
 struct STTextCase {

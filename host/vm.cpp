@@ -10,6 +10,7 @@
 #include "component/interfaces/date_view.h"
 #include "component/interfaces/type_codes.h"
 #include "host/conversion.h"
+#include "host/utf8.h"
 
 namespace ovhost {
 namespace {
@@ -174,13 +175,7 @@ STStructureRetour* CVirtualMachine::m_pstFindStructure(const void* pv, STCallCon
 }
 
 const wchar_t* CVirtualMachine::pxGetInfoTraitement(int, int) { return kEmpty; }
-void CVirtualMachine::ReleaseVM() {}
-int CVirtualMachine::bEmpileAnyAppel(CAny*, CXError*) { return 0; }
-void CVirtualMachine::PrepareAppel() {}
 void CVirtualMachine::SetObjetAppelant(IObjetAPCode*) {}
-void CVirtualMachine::SetRetourAppel(CAny*) {}
-int CVirtualMachine::nVerifieInterruption(int, CXError*) { return 0; }
-void CVirtualMachine::AnnuleAppel() {}
 int CVirtualMachine::bVerifieFonctionnalite(int, CXError*) { return 0; }
 int CVirtualMachine::bEmpileChampAppel(IObjetAPCode*, CXError*) { return 0; }
 IInfoLangue* CVirtualMachine::piGetInfoLangue(int, int) { return &CMachineServices::s_Instance().clInfoLangue(); }
@@ -221,8 +216,6 @@ bool CInfoLangue::bSetLangue(std::string_view sCode) {
     }
     return false;
 }
-IAppelMethode* CVirtualMachine::piTrouveTraitement(const wchar_t*, int, CXError*) { return nullptr; }
-int CVirtualMachine::nExecuteAppel(IAppelMethode*, int, CXError*, int) { return 0; }
 IFenCommun* CVirtualMachine::piGetFenetreAppelante() { return nullptr; }
 
 // The extra arguments of a variadic call, by their 1-based position in the whole call: the
@@ -285,13 +278,10 @@ void CVirtualMachine::SetRetour(unsigned int dwFrame, const void* pValeur, int n
     }
 }
 
-int CVirtualMachine::nEmpileEntierAppel(int, CXError*) { return 0; }
 void CVirtualMachine::EmetAvertissementPerformance(_CXErrorModule8*) {}
 int CVirtualMachine::bEmpileTableauAppel(IZKTableau*, CXError*) { return 0; }
 int CVirtualMachine::bAuditPerformanceActif() { return 0; }
 int CVirtualMachine::nModeChaine() { return m_nModeChaine.load(); }
-int CVirtualMachine::bEmpileChaineAppel(const wchar_t*, CXError*) { return 0; }
-int CVirtualMachine::bEmpileChaineCouranteAppel(const wchar_t*, CXError*) { return 0; }
 
 void* CVirtualMachine::pxCreeStructureRetour(unsigned int dwFrame, int nNbMembre) {
     try {
@@ -330,7 +320,223 @@ void CVirtualMachine::SetMembreStructure(void* pxStructure, int nMembre, const v
     }
 }
 
-IVM* CVirtualMachine::piDupliqueVMThread(int, const wchar_t*, void*, CXError*) { return nullptr; }
+
+// ---------------------------------------------------------------------------------------------
+// Callbacks: the component finds a procedure by name, pushes its arguments one by one, then runs it.
+
+// The machine's handle on one procedure. Counted; the last release deletes it.
+class CAppelProcedure final : public IAppelMethode {
+public:
+    CAppelProcedure(CVirtualMachine* pclVM, std::wstring sNom, int nNbParametre)
+        : m_pclVM(pclVM), m_sNom(std::move(sNom)), m_nNbParametre(nNbParametre) {
+        m_pclVM->m_nProceduresVivantes.fetch_add(1);
+    }
+    int nAddRef() override { return m_nRef.fetch_add(1) + 1; }
+    int nRelease() override {
+        const int n = m_nRef.fetch_sub(1) - 1;
+        if (n == 0) {
+            m_pclVM->m_nProceduresVivantes.fetch_sub(1);
+            delete this;
+        }
+        return n;
+    }
+    int bEstDisponible() override { return 1; }
+    const wchar_t* pszGetNom() override { return m_sNom.c_str(); }
+    int nGetNbParametre() override { return m_nNbParametre; }
+    void AppelMethode_Reserve_6() override {}
+    void AppelMethode_Reserve_7() override {}
+    void AppelMethode_Reserve_8() override {}
+    IVM* piGetVM(CXError*) override {
+        m_pclVM->m_nReferencesVM.fetch_add(1);
+        return m_pclVM;
+    }
+
+    const CVirtualMachine* pclVM() const { return m_pclVM; }
+    const std::wstring& sNom() const { return m_sNom; }
+
+private:
+    ~CAppelProcedure() = default;
+
+    CVirtualMachine* m_pclVM;
+    std::wstring m_sNom;
+    int m_nNbParametre;
+    std::atomic<int> m_nRef{1};
+};
+
+namespace {
+// What the component pushed for the next callback, per machine and per thread: a callback is
+// made from one thread, and a library thread has its own.
+struct STPileAppel {
+    const CVirtualMachine* pclVM = nullptr;
+    std::vector<CValue> tabArguments;
+    CAny* pclRetour = nullptr;
+    std::string sDerniereErreur;
+};
+thread_local std::vector<STPileAppel> t_tabPiles;
+
+STPileAppel& stPile(const CVirtualMachine* pclVM) {
+    for (STPileAppel& st : t_tabPiles)
+        if (st.pclVM == pclVM) return st;
+    t_tabPiles.push_back({});
+    t_tabPiles.back().pclVM = pclVM;
+    return t_tabPiles.back();
+}
+
+int bEmpile(const CVirtualMachine* pclVM, CValue clValeur) {
+    try {
+        stPile(pclVM).tabArguments.push_back(std::move(clValeur));
+        return 1;
+    } catch (...) {
+        return 0;
+    }
+}
+}  // namespace
+
+void CVirtualMachine::ArmeInterruption(int nApres) { m_nInterruptionDans.store(nApres > 0 ? nApres : 0); }
+
+size_t CVirtualMachine::nArgumentsEnAttente() const {
+    for (const STPileAppel& st : t_tabPiles)
+        if (st.pclVM == this) return st.tabArguments.size();
+    return 0;
+}
+
+std::string CVirtualMachine::sDerniereErreurAppel() const {
+    for (const STPileAppel& st : t_tabPiles)
+        if (st.pclVM == this) return st.sDerniereErreur;
+    return {};
+}
+
+void CVirtualMachine::ReleaseVM() { m_nReferencesVM.fetch_sub(1); }
+
+int CVirtualMachine::bEmpileAnyAppel(CAny* pclValeur, CXError*) {
+    if (pclValeur == nullptr) return 0;
+    try {
+        CValue clValeur;
+        std::string sNote;
+        if (!bReadAnyView(reinterpret_cast<const STAnyView*>(pclValeur), &clValeur, &sNote)) return 0;
+        return bEmpile(this, std::move(clValeur));
+    } catch (...) {
+        return 0;
+    }
+}
+
+int CVirtualMachine::nEmpileEntierAppel(int nValeur, CXError*) { return bEmpile(this, CValue::Int(nValeur)); }
+
+int CVirtualMachine::bEmpileChaineAppel(const wchar_t* pszValeur, CXError*) {
+    if (pszValeur == nullptr) return 0;
+    try {
+        return bEmpile(this, CValue::Text(pszValeur));
+    } catch (...) {
+        return 0;
+    }
+}
+
+// The current form follows the string mode, as the results of texts do.
+int CVirtualMachine::bEmpileChaineCouranteAppel(const wchar_t* pszValeur, CXError*) {
+    if (pszValeur == nullptr) return 0;
+    try {
+        const int nMode = m_nModeChaine.load();
+        if (nMode == 1 || nMode == 2) return bEmpile(this, CValue::Ansi(sUtf8(pszValeur)));
+        return bEmpile(this, CValue::Text(pszValeur));
+    } catch (...) {
+        return 0;
+    }
+}
+
+void CVirtualMachine::PrepareAppel() {
+    try {
+        stPile(this).pclRetour = nullptr;
+    } catch (...) {
+    }
+}
+
+void CVirtualMachine::SetRetourAppel(CAny* pclRetour) {
+    try {
+        stPile(this).pclRetour = pclRetour;
+    } catch (...) {
+    }
+}
+
+void CVirtualMachine::AnnuleAppel() {
+    for (STPileAppel& st : t_tabPiles)
+        if (st.pclVM == this) {
+            st.tabArguments.clear();
+            st.pclRetour = nullptr;
+        }
+}
+
+// Armed by a test: counts down to the check that answers 10, then keeps answering it.
+int CVirtualMachine::nVerifieInterruption(int, CXError*) {
+    m_nVerifications.fetch_add(1);
+    int n = m_nInterruptionDans.load();
+    while (n > 1 && !m_nInterruptionDans.compare_exchange_weak(n, n - 1)) {
+    }
+    return n == 1 ? 10 : 0;
+}
+
+IAppelMethode* CVirtualMachine::piTrouveTraitement(const wchar_t* pszNom, int, CXError*) {
+    IProcedureHost* piProcedures = m_piProcedures.load();
+    if (pszNom == nullptr || pszNom[0] == L'\0' || piProcedures == nullptr) return nullptr;
+    try {
+        const int nNbParametre = piProcedures->nTrouveProcedure(pszNom);
+        if (nNbParametre < 0) return nullptr;
+        return new CAppelProcedure(this, pszNom, nNbParametre);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+// Runs the procedure with the last nNbArgument values pushed on this thread; all pushed values are
+// consumed whatever happens, as a frame is.
+int CVirtualMachine::nExecuteAppel(IAppelMethode* piMethode, int nNbArgument, CXError*, int) {
+    try {
+        STPileAppel& stP = stPile(this);
+        std::vector<CValue> tabArguments;
+        tabArguments.swap(stP.tabArguments);
+        CAny* pclRetour = stP.pclRetour;
+        stP.pclRetour = nullptr;
+        stP.sDerniereErreur.clear();
+        auto* pclProcedure = dynamic_cast<CAppelProcedure*>(piMethode);
+        IProcedureHost* piProcedures = m_piProcedures.load();
+        if (pclProcedure == nullptr || pclProcedure->pclVM() != this || piProcedures == nullptr) {
+            stP.sDerniereErreur = "the procedure handle is not one of this machine";
+            return 0;
+        }
+        if (nNbArgument < 0 || static_cast<size_t>(nNbArgument) > tabArguments.size()) {
+            stP.sDerniereErreur = "a call with " + std::to_string(nNbArgument) + " arguments and " +
+                                  std::to_string(tabArguments.size()) + " pushed";
+            return 0;
+        }
+        tabArguments.erase(tabArguments.begin(),
+                           tabArguments.end() - static_cast<std::ptrdiff_t>(nNbArgument));
+        m_nAppels.fetch_add(1);
+        CValue clRetour;
+        std::string sErreur;
+        if (!piProcedures->bExecuteProcedure(pclProcedure->sNom(), tabArguments, &clRetour, &sErreur)) {
+            // The pile of this thread may have moved while the procedure ran (nested callbacks).
+            stPile(this).sDerniereErreur = sErreur.empty() ? "the procedure failed" : sErreur;
+            return 0;
+        }
+        if (pclRetour != nullptr && !bFillAnyView(clRetour, reinterpret_cast<STAnyView*>(pclRetour)))
+            bFillAnyView(CValue::Null(), reinterpret_cast<STAnyView*>(pclRetour));
+        return 1;
+    } catch (...) {
+        return 0;
+    }
+}
+
+// The thread's machine is this one: the stand-in machine keeps per-thread state itself. The
+// procedure's handle goes into the caller's slot, with its reference.
+IVM* CVirtualMachine::piDupliqueVMThread(int, const wchar_t* pszNom, void* pSlotCallback, CXError* pclErreur) {
+    if (pSlotCallback == nullptr) return nullptr;
+    IAppelMethode* piMethode = piTrouveTraitement(pszNom, 0, pclErreur);
+    if (piMethode == nullptr) return nullptr;
+    IAppelMethode** ppiSlot = static_cast<IAppelMethode**>(pSlotCallback);
+    if (*ppiSlot != nullptr) (*ppiSlot)->nRelease();
+    *ppiSlot = piMethode;
+    m_nReferencesVM.fetch_add(1);
+    return this;
+}
 
 // ---------------------------------------------------------------------------------------------
 // CInformationComposante

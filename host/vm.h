@@ -45,6 +45,20 @@ struct STCallContext {
 // does not read give Null and a note.
 void ReadPushedValue(const void* pValeur, int nType, CValue* pclValue, std::string* psNote);
 
+// The language procedures that the component may call back (CCallback): the script's own and the
+// recorder. The machine finds them by name and runs them with the arguments the component pushed.
+class IProcedureHost {
+public:
+    // The number of parameters the procedure declares, or -1 when no procedure has that name.
+    virtual int nTrouveProcedure(std::wstring_view sNom) = 0;
+    // Runs it; false when it could not run (its body failed), with the reason in psErreur.
+    virtual bool bExecuteProcedure(std::wstring_view sNom, const std::vector<CValue>& tabArguments, CValue* pclRetour,
+                                   std::string* psErreur) = 0;
+
+protected:
+    ~IProcedureHost() = default;
+};
+
 class CVirtualMachine final : public IVM {
 public:
     CVirtualMachine() = default;
@@ -58,6 +72,23 @@ public:
     void SetModeChaine(int nMode) { m_nModeChaine.store(nMode); }
     // Results pushed with a frame word of no call in progress, dropped.
     int nStrayResults() const { return m_nStray.load(); }
+
+    // Callbacks. The procedures the component may find by name; null: none.
+    void SetProcedureHost(IProcedureHost* piProcedures) { m_piProcedures.store(piProcedures); }
+    // The user's interruption, as a test arms it: the nApres-th check from now answers 10 (and
+    // every check after it, until disarmed with 0).
+    void ArmeInterruption(int nApres);
+    int nVerificationsInterruption() const { return m_nVerifications.load(); }
+    // References handed out and not yet given back: machines for a call (piGetVM,
+    // piDupliqueVMThread) and procedure handles. Both are 0 when the component is balanced.
+    int nReferencesVM() const { return m_nReferencesVM.load(); }
+    int nProceduresVivantes() const { return m_nProceduresVivantes.load(); }
+    // Arguments pushed on this thread and not yet consumed by a call or cancelled.
+    size_t nArgumentsEnAttente() const;
+    // The reason the last callback on this thread did not run, empty when it ran.
+    std::string sDerniereErreurAppel() const;
+    // Calls the component made of procedures, on any thread.
+    int nAppelsProcedure() const { return m_nAppels.load(); }
 
     const wchar_t* pxGetInfoTraitement(int nSelecteur, int nQuoi) override;
     void ReleaseVM() override;
@@ -94,6 +125,14 @@ private:
 
     std::atomic<int> m_nModeChaine{0};  // wide text (Unicode mode)
     std::atomic<int> m_nStray{0};
+    std::atomic<IProcedureHost*> m_piProcedures{nullptr};
+    std::atomic<int> m_nInterruptionDans{0};  // 0: not armed
+    std::atomic<int> m_nVerifications{0};
+    std::atomic<int> m_nReferencesVM{0};
+    std::atomic<int> m_nProceduresVivantes{0};
+    std::atomic<int> m_nAppels{0};
+
+    friend class CAppelProcedure;
 };
 
 class CLibShop final : public ILibShop {

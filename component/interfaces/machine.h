@@ -70,6 +70,26 @@ protected:
     ~IVM() = default;
 };
 
+// The machine's handle on a language procedure, found by name with piTrouveTraitement. It is
+// counted: whoever is handed one holds a reference and drops it with nRelease. The third slot says
+// whether the procedure can be called at all; the ninth hands out the machine that runs it, with a
+// reference the caller drops with IVM::ReleaseVM.
+class IAppelMethode {
+public:
+    virtual int nAddRef() = 0;
+    virtual int nRelease() = 0;
+    virtual int bEstDisponible() = 0;                 // 3rd slot
+    virtual const wchar_t* pszGetNom() = 0;           // the procedure's name as the machine knows it
+    virtual int nGetNbParametre() = 0;                // parameters it declares; -1 when any number
+    virtual void AppelMethode_Reserve_6() = 0;
+    virtual void AppelMethode_Reserve_7() = 0;
+    virtual void AppelMethode_Reserve_8() = 0;
+    virtual IVM* piGetVM(CXError* pclErreur) = 0;     // 9th slot
+
+protected:
+    ~IAppelMethode() = default;
+};
+
 // Header in front of every counted block (texts and binary values), from low to high address.
 // The data pointer that crosses the border points just past it.
 struct STStrMemHeader {
