@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "host/utf8.h"
-#include "tests/machine_fixture.h"
+#include "host/machine.h"
 #include "tests/ovrun_process.h"
 
 namespace ovhost {
@@ -33,10 +33,9 @@ std::vector<std::wstring> tabDecoupe(const std::wstring& s, const std::wstring& 
 
 // A tree with what trips walkers up: hidden files and directories, blanks, accents, a name
 // outside the Basic Multilingual Plane, an empty directory and a link that points back up.
-class FileListing : public MachineEndToEnd {
+class ListingTree : public ::testing::Test {
 protected:
     void SetUp() override {
-        MachineEndToEnd::SetUp();
         const char* pszTmp = std::getenv("TMPDIR");
         std::string sModele = std::string(pszTmp != nullptr && pszTmp[0] != '\0' ? pszTmp : "/tmp") + "/listing.XXXXXX";
         ASSERT_NE(mkdtemp(sModele.data()), nullptr);
@@ -69,12 +68,38 @@ protected:
     std::set<std::wstring> setFind(const std::vector<std::string>& tabArguments) {
         std::vector<std::string> tab{m_sRacine};
         tab.insert(tab.end(), tabArguments.begin(), tabArguments.end());
+        // The status is not read: a library loaded in this process reaps every child itself.
         const ovtest::STSortieOvrun st = ovtest::stLanceOvrun("/usr/bin/find", tab);
-        EXPECT_EQ(st.nStatus, 0) << st.sTexte;
         std::set<std::wstring> set;
         for (const std::wstring& s : tabDecoupe(sWideFromBytes(st.sTexte), L"\n"))
             if (!s.empty()) set.insert(s);
         return set;
+    }
+
+    ovtest::STSortieOvrun stOvrun(std::vector<std::string> tabArguments) {
+        return ovtest::stLanceOvrun(OVRUN_PATH, tabArguments);
+    }
+
+    std::string m_sRacine;
+};
+
+// ovrun as a user runs it; nothing is loaded in this process, so exit statuses can be read.
+using FileListingOvrun = ListingTree;
+
+// The tree and the library loaded in this process, for the string forms.
+class FileListing : public ListingTree {
+protected:
+    void SetUp() override {
+        std::string sError;
+        ASSERT_TRUE(m_cl.bLoad(CStandInMachine::s_sDefaultLibraryPath(), &sError)) << sError;
+        ListingTree::SetUp();
+    }
+
+    STCallOutcome stCall(const char* pszName, std::vector<CValue> tab) {
+        STCallOutcome st;
+        std::string sError;
+        EXPECT_TRUE(m_cl.bCall(pszName, tab, &st, &sError)) << pszName << ": " << sError;
+        return st;
     }
 
     std::set<std::wstring> setListe(const char* pszFonction, const std::wstring& sChemin, int nOption) {
@@ -88,11 +113,7 @@ protected:
         return set;
     }
 
-    ovtest::STSortieOvrun stOvrun(std::vector<std::string> tabArguments) {
-        return ovtest::stLanceOvrun(OVRUN_PATH, tabArguments);
-    }
-
-    std::string m_sRacine;
+    CStandInMachine m_cl;
 };
 
 TEST_F(FileListing, FilesAgreeWithFindAsASetAndLinksEndTheWalk) {
@@ -151,7 +172,7 @@ TEST_F(FileListing, FullFormatGivesSizeTimeAndAttributes) {
     EXPECT_EQ(setCaches.size(), setFind({"!", "-type", "d"}).size());
 }
 
-TEST_F(FileListing, CallbackFormCallsTheScriptProcedureAndTheRecorder) {
+TEST_F(FileListingOvrun, CallbackFormCallsTheScriptProcedureAndTheRecorder) {
     const std::string sMotif = m_sRacine + "/*.txt";
     ovtest::STSortieOvrun st = stOvrun({"-e", "procedure Garde(rep, nom) = Vrai", "-e",
                                         "fListeFichier(\"" + sMotif + "\", Garde, 0, 0)"});
@@ -161,12 +182,15 @@ TEST_F(FileListing, CallbackFormCallsTheScriptProcedureAndTheRecorder) {
     // The recorder shows directory, name and the caller's value of each call, then the count.
     st = stOvrun({"-e", "fListeFichier(\"" + m_sRacine + "/sous/*.*\", Trace, 7, flNonRecursif)"});
     EXPECT_EQ(st.nStatus, 0) << st.sTexte;
-    EXPECT_EQ(st.sTexte, "Trace(\"" + m_sRacine + "/sous/\", \"b.dat\", 7)\n1\n");
+    // readdir order: the file and the link (listed, never entered) in either order.
+    const std::string sFichier = "Trace(\"" + m_sRacine + "/sous/\", \"b.dat\", 7)\n";
+    const std::string sLien = "Trace(\"" + m_sRacine + "/sous/\", \"boucle\", 7)\n";
+    EXPECT_TRUE(st.sTexte == sFichier + sLien + "2\n" || st.sTexte == sLien + sFichier + "2\n") << st.sTexte;
     st = stOvrun({"-e", "fListeRepertoire(\"" + m_sRacine + "/\xf0\x9f\x98\x80\", Trace, 0)"});
     EXPECT_EQ(st.sTexte, "Trace(\"" + m_sRacine + "/\", \"\xf0\x9f\x98\x80\", 0)\n1\n");
 }
 
-TEST_F(FileListing, ProcedureAnsweringFauxOrTheUserStopsTheWalk) {
+TEST_F(FileListingOvrun, ProcedureAnsweringFauxOrTheUserStopsTheWalk) {
     ovtest::STSortieOvrun st = stOvrun({"-e", "procedure Assez(rep, nom) = Faux", "-e",
                                         "fListeFichier(\"" + m_sRacine + "/*.*\", Assez, 0)"});
     EXPECT_EQ(st.nStatus, 0) << st.sTexte;
@@ -180,7 +204,7 @@ TEST_F(FileListing, ProcedureAnsweringFauxOrTheUserStopsTheWalk) {
                   "-e", "procedure Assez(rep, nom) = Faux"});
     EXPECT_EQ(st.nStatus, 2) << "procedures are defined before use: " << st.sTexte;
     // A body that cannot run fails the statement (exit 1), naming the body's place.
-    st = stOvrun({"-e", "procedure Casse(rep, nom) = RVB(\"a\", \"b\", \"c\")", "-e",
+    st = stOvrun({"-e", "procedure Casse(rep, nom) = DateSelecteur()", "-e",
                   "fListeFichier(\"" + m_sRacine + "/*.*\", Casse, 0)"});
     EXPECT_EQ(st.nStatus, 1) << st.sTexte;
     EXPECT_NE(st.sTexte.find("in procedure Casse"), std::string::npos) << st.sTexte;
