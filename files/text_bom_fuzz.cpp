@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pbyData, size_t nTaille) {
         if (static_cast<size_t>(clTexte.nGetLongueur()) > nTaille) std::abort();
         const bool bGrosBoutiste = nTaille >= 2 && pbyData[0] == 0xFE && pbyData[1] == 0xFF;
         if (bGrosBoutiste && (eType != CDiskFile::etxUTF16 || tab[0] != 0xFF || tab[1] != 0xFE)) std::abort();
-        if (!bGrosBoutiste && std::memcmp(tab.data(), pbyData, nTaille) != 0) std::abort();  // untouched
+        if (!bGrosBoutiste && nTaille > 0 && std::memcmp(tab.data(), pbyData, nTaille) != 0) std::abort();  // untouched
         const bool bMarqueUTF8 = nTaille >= 3 && pbyData[0] == 0xEF && pbyData[1] == 0xBB && pbyData[2] == 0xBF;
         const bool bMarque = bGrosBoutiste || (nTaille >= 2 && pbyData[0] == 0xFF && pbyData[1] == 0xFE) || bMarqueUTF8;
         if (!bMarque && nTaille > 0 &&
