@@ -45,7 +45,17 @@ bool bLitNom(CComposanteStandard* pclThis, const STManipAUB* pstNom, wchar_t* ps
 }
 
 void EchecSysteme(CComposanteStandard* pclThis, const CXError* pclErreur, int nErrno) {
-    if (pclErreur != nullptr && pclErreur->bHasError()) {
+    // The two failures a program meets most, a missing entry and a directory given for a file,
+    // carry their own numbers so that a program can test for them; the system's words follow.
+    const int nNumero = nErrno == ENOENT || nErrno == ENOTDIR ? 80067 : nErrno == EISDIR ? 80059 : 0;
+    if (nNumero != 0) {
+        pclThis->RaiseError(&gstMyModuleInfo8, nNumero);
+        CXError* pcl = pclThis->pclGetError();
+        if (pclErreur != nullptr && pclErreur->bHasError() && pclErreur->pszGetUserMessage()[0] != 0)
+            pcl->AddUserMessageNoFormat(pclErreur->pszGetUserMessage());
+        errno = nErrno;
+        pcl->SetSystemError(static_cast<unsigned int>(nErrno), nullptr);
+    } else if (pclErreur != nullptr && pclErreur->bHasError()) {
         pclThis->RaiseErrorCopy(pclErreur);
     } else {
         CXError* pcl = pclThis->pclGetError();
@@ -607,8 +617,8 @@ bool CComposanteStandard::fSauveTexte(const STManipAUB* pstNom, const STManipAUB
             if (nOption != 0) {
                 bPret = bVersUTF8(pszTexte, nCaracteres, &sOctets);
             } else {
-                const IVM* piVM = piGetVM();
-                const int nMode = piVM != nullptr ? const_cast<IVM*>(piVM)->nModeChaine() : 0;
+                IVM* piVM = piGetVM();
+                const int nMode = piVM != nullptr ? piVM->nModeChaine() : 0;
                 if (nMode != 1 && nMode != 2) sOctets.assign(reinterpret_cast<const char*>(kMarqueUTF16LE), 2);
                 bPret = bVersUTF16(pszTexte, nCaracteres, &sOctets);
             }

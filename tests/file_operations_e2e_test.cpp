@@ -3,6 +3,7 @@
 // and a save that fails on a full disk without losing the old file.
 #include <gtest/gtest.h>
 
+#include <pthread.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -68,6 +69,22 @@ std::string sEtroit(const std::wstring& w) {
     }
     return s;
 }
+
+// The library reaps every dead child from its SIGCHLD handler; a test that waits for a child of its
+// own holds the signal back meanwhile, so that its waitpid finds the child.
+class CSigchldRetenu {
+public:
+    CSigchldRetenu() {
+        sigset_t st;
+        sigemptyset(&st);
+        sigaddset(&st, SIGCHLD);
+        pthread_sigmask(SIG_BLOCK, &st, &m_stAncien);
+    }
+    ~CSigchldRetenu() { pthread_sigmask(SIG_SETMASK, &m_stAncien, nullptr); }
+
+private:
+    sigset_t m_stAncien;
+};
 
 class FileOperationsEndToEnd : public MachineEndToEnd {
 protected:
@@ -335,6 +352,7 @@ TEST_F(FileOperationsEndToEnd, TreeSizeCountsFilesOnceThroughLinkLoops) {
     fs::create_directory_symlink(m_sDir, sChemin("t/a/haut"));
 
     // The oracle: find(1), run without a shell.
+    const CSigchldRetenu clRetenu;
     int anTube[2];
     ASSERT_EQ(pipe(anTube), 0);
     const pid_t nPid = fork();
@@ -374,6 +392,7 @@ TEST_F(FileOperationsEndToEnd, DirectoryRightsAsAnotherUser) {
     chmod(sChemin("liste").c_str(), 0555);
     chmod(sChemin("rien").c_str(), 0);
     chmod(m_sDir.c_str(), 0755);
+    const CSigchldRetenu clRetenu;
     const pid_t nPid = fork();
     if (nPid == 0) {
         if (geteuid() == 0 && (setresgid(65534, 65534, 65534) != 0 || setresuid(65534, 65534, 65534) != 0)) _exit(100);
@@ -402,6 +421,7 @@ TEST_F(FileOperationsEndToEnd, FailedSaveKeepsTheOldFile) {
     const std::string sNom = sChemin("garde.txt");
     Ecrit(sNom, "ancien contenu");
     chmod(sNom.c_str(), 0640);
+    const CSigchldRetenu clRetenu;
     const pid_t nPid = fork();
     if (nPid == 0) {
         signal(SIGXFSZ, SIG_IGN);
@@ -535,6 +555,11 @@ TEST_F(FileOperationsEndToEnd, BadInputRaisesTheNumberedErrors) {
         {__LINE__, "fExtraitChemin", {CValue::Text(L"/a/b"), CValue::Int(0x10)}, 81834},
         {__LINE__, "fRepTaille", {CValue::Text(wChemin("absent"))}, 80062},
         {__LINE__, "fRepDroit", {CValue::Text(L"")}, 80059},
+        {__LINE__, "fChargeTexte", {CValue::Text(wChemin("absent"))}, 80067},
+        {__LINE__, "fChargeBuffer", {CValue::Text(sLarge(m_sDir))}, 80059},
+        {__LINE__, "fSauveTexte", {CValue::Text(sLarge(m_sDir)), CValue::Text(L"x")}, 80059},
+        {__LINE__, "fTaille", {CValue::Text(wChemin("absent"))}, 80067},
+        {__LINE__, "fRenomme", {CValue::Text(wChemin("absent")), CValue::Text(wChemin("g"))}, 80067},
     };
     for (const auto& c : tabCas) {
         const STCallOutcome st = stAppel(c.pszFonction, c.tab);
@@ -553,6 +578,7 @@ TEST(FileOperationsOvrun, SaveLoadAndCompareFromTheCommandLine) {
     const std::string sScript = "fSauveTexte(\"" + sDir + "/\u00e9t\u00e9.txt\", \"Caf\u00e9 \\u{1F600}\")\n"
                                 "fChargeTexte(\"" + sDir + "/\u00e9t\u00e9.txt\")\n"
                                 "fCompare(\"" + sDir + "/\u00e9t\u00e9.txt\", \"" + sDir + "/absent\")\n";
+    const CSigchldRetenu clRetenu;
     const ovtest::STSortieOvrun st = ovtest::stLanceOvrun(OVRUN_PATH, {"-e", sScript});
     EXPECT_EQ(st.nStatus, 0) << st.sTexte;
     EXPECT_EQ(st.sTexte.substr(0, st.sTexte.find("error")),

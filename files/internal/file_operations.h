@@ -13,9 +13,10 @@ namespace ovfichier {
 bool bLitNom(CComposanteStandard* pclThis, const STManipAUB* pstNom, wchar_t* pszSortie, bool bVideAccepte = false);
 bool bLitNom(CComposanteStandard* pclThis, const wchar_t* pszNom, wchar_t* pszSortie, bool bVideAccepte = false);
 
-// A failure of the system or the toolkit as the program sees it: the toolkit's own error when it
-// filled one, otherwise the system error nErrno; always at level 2, an ordinary failure the
-// program tests for rather than a fault of the program.
+// A failure of the system or the toolkit as the program sees it: 80067 for a missing entry, 80059
+// for a directory where a file was expected, otherwise the toolkit's own error when it filled one
+// or the system error nErrno; always at level 2, an ordinary failure the program tests for rather
+// than a fault of the program.
 void EchecSysteme(CComposanteStandard* pclThis, const CXError* pclErreur, int nErrno);
 
 // A numbered error lowered to level 2: for the numbered failures that come from the file system
