@@ -234,6 +234,7 @@ TEST_F(FileHandlesEndToEnd, BadArgumentsRaiseTheirErrors) {
 }
 
 TEST_F(FileHandlesEndToEnd, ALockIsSeenByAnotherProcessAndInProcLocks) {
+    const ovtest::CSigchldRetenu clRetenu;
     std::ofstream(sChemin("verrou"), std::ios::binary) << std::string(100, 'v');
     const int h = nOuvre("verrou", kLectureEcriture);
     ASSERT_EQ(n("fBloque", {CValue::Int(h), CValue::Int64(10), CValue::Int64(20)}), 1);
@@ -284,6 +285,7 @@ TEST_F(FileHandlesEndToEnd, EveryDescriptorIsClosedAndDeleteOnCloseDeletes) {
 }
 
 TEST_F(FileHandlesEndToEnd, AFullDiskIsAnErrorNotALoss) {
+    const ovtest::CSigchldRetenu clRetenu;
     const STCallOutcome stO = st("fOuvre", {CValue::Text(L"/dev/full"), CValue::Int(kEcriture | kAnsi)});
     const int h = static_cast<int>(stO.clResult.nInteger);
     ASSERT_GE(h, 2);
@@ -312,6 +314,7 @@ TEST_F(FileHandlesEndToEnd, AFullDiskIsAnErrorNotALoss) {
 }
 
 TEST_F(FileHandlesEndToEnd, ARefusedOpenIsAnError) {
+    const ovtest::CSigchldRetenu clRetenu;
     std::ofstream(sChemin("prive"), std::ios::binary) << "p";
     chmod(sChemin("prive").c_str(), 0600);
     chmod(m_sRep.c_str(), 0755);

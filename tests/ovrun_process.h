@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/child_process.h"
+
 namespace ovtest {
 
 struct STSortieOvrun {
@@ -18,6 +20,7 @@ struct STSortieOvrun {
 
 inline STSortieOvrun stLanceOvrun(const std::string& sProgramme, const std::vector<std::string>& tabArguments) {
     STSortieOvrun st;
+    const CSigchldRetenu clRetenu;
     int anTube[2];
     if (pipe(anTube) != 0) return st;
     std::vector<char*> tabArgv;
