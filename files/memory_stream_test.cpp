@@ -103,20 +103,6 @@ TEST(MemoryStream, AutoExpandGrowsOnSeekPastTheEnd) {
     EXPECT_FALSE(clFlux.bSeek(20, eSEEK_DEBUT));
 }
 
-TEST(MemoryStream, LineReaderAndFormattedWriterWorkOnMemory) {
-    CMemoryStream clFlux;
-    ASSERT_TRUE(clFlux.bOpen(nullptr, eACCESS_LECTUREECRITURE, eSHARE_AUCUN, eCREATE_VIDE_OU_CREE, eFLAG_FICHIER,
-                             nullptr));
-    ASSERT_TRUE(clFlux.bWriteString(L"%s\r\n%d\n", L"Élève \U0001F600", 7));
-    ASSERT_TRUE(clFlux.bSeek(0, eSEEK_DEBUT));
-    wchar_t szLigne[32];
-    ASSERT_TRUE(clFlux.bReadLine(szLigne, 32, nullptr, 0));
-    EXPECT_STREQ(szLigne, L"Élève \U0001F600");
-    ASSERT_TRUE(clFlux.bReadLine(szLigne, 32, nullptr, 0));
-    EXPECT_STREQ(szLigne, L"7");
-    EXPECT_FALSE(clFlux.bReadLine(szLigne, 32, nullptr, 0));
-}
-
 // ---- CXFile ---------------------------------------------------------------------------------------
 
 TEST(XFile, MakesADiskFileOnFirstUseAndForwards) {
