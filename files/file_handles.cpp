@@ -126,6 +126,11 @@ void _FIC_FinModule() {
         if (st.nEtat == kEtatUtilise) _DetruitInfo(st.pstInfo);
     }
     _LibereTable();
+    // An fRep search still open at the end holds a directory stream.
+    if (auto* pstRecherche = static_cast<CDiskFile::_stXFINDDATA*>(gstCtxFIC.pRecherche)) {
+        CDiskFile::bFindClose(pstRecherche, nullptr);
+        delete pstRecherche;
+    }
     gstCtxFIC.pRecherche = nullptr;
 }
 

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "base/xystring.h"
+
 class CDiskFile;
 class CXError;
 class IXStream;
@@ -27,6 +29,9 @@ struct _stINFOFIC {
     int nCurseur = 0;
     long oLecture = 0;
     bool bLectureActive = false;
+    // The wide form of the last line read, kept so that its block is reused by the next line:
+    // once the longest line is seen, reading a line allocates nothing.
+    CXYString<wchar_t> clLigneLarge;
 };
 
 struct _stENTREEFIC {

@@ -131,18 +131,25 @@ void OctetsDuTexte(const STManipAUB* pstValeur, bool bUnicode, std::string& s) {
 
 // ---------------------------------------------------------------- the file's bytes to text
 
-// UTF-16LE to wide. A lone surrogate, or an odd byte at the very end, becomes U+FFFD.
-CXYString<wchar_t> clDepuisUTF16(const uint8_t* pby, size_t n) {
-    CXYString<wchar_t> cl;
+// UTF-16LE to wide, into cl (whose block is reused when it is large enough). A lone surrogate, or
+// an odd byte at the very end, becomes U+FFFD.
+void DepuisUTF16(const uint8_t* pby, size_t n, CXYString<wchar_t>& cl) {
     const size_t nMax = n / 2 + (n & 1);
-    if (nMax == 0) return cl;
+    if (nMax == 0) {
+        cl.Vide();
+        return;
+    }
     wchar_t* psz = cl.pszGetBuffer(static_cast<int>(nMax));
     if (psz == nullptr) throw std::bad_alloc();
     size_t nSortie = 0;
     size_t i = 0;
     for (; i + 1 < n; i += 2) {
         const uint32_t u = pby[i] | (pby[i + 1] << 8);
-        if (u >= 0xD800 && u < 0xDC00 && i + 3 < n) {
+        if (u - 0xD800u >= 0x800u) {  // the usual case: no surrogate
+            psz[nSortie++] = static_cast<wchar_t>(u);
+            continue;
+        }
+        if (u < 0xDC00 && i + 3 < n) {
             const uint32_t v = pby[i + 2] | (pby[i + 3] << 8);
             if (v >= 0xDC00 && v < 0xE000) {
                 psz[nSortie++] = static_cast<wchar_t>(0x10000 + ((u - 0xD800) << 10) + (v - 0xDC00));
@@ -150,33 +157,40 @@ CXYString<wchar_t> clDepuisUTF16(const uint8_t* pby, size_t n) {
                 continue;
             }
         }
-        psz[nSortie++] = u >= 0xD800 && u < 0xE000 ? kRemplacement : static_cast<wchar_t>(u);
+        psz[nSortie++] = kRemplacement;
     }
     if (i < n) psz[nSortie++] = kRemplacement;
     cl.nTronque(static_cast<int>(nSortie));
-    return cl;
 }
 
-// The locale's code page to wide; bytes it refuses are taken as Latin-1, so none is lost.
-CXYString<wchar_t> clDepuisCodePage(const uint8_t* pby, size_t n) {
-    CXYString<wchar_t> cl;
-    if (n == 0) return cl;
+// The locale's code page to wide, into cl; bytes it refuses are taken as Latin-1, so none is lost.
+void DepuisCodePage(const uint8_t* pby, size_t n, CXYString<wchar_t>& cl) {
+    if (n == 0) {
+        cl.Vide();
+        return;
+    }
     const unsigned int nCodePage = static_cast<unsigned int>(STR_nGetCurrentCodePage());
     const char* psz = reinterpret_cast<const char*>(pby);
-    const int nBesoin = MultiByteToWideChar(nCodePage, 0, psz, static_cast<int>(n), nullptr, 0);
-    if (nBesoin > 0) {
-        wchar_t* pszSortie = cl.pszGetBuffer(nBesoin);
-        if (pszSortie == nullptr) throw std::bad_alloc();
-        const int nEcrit = MultiByteToWideChar(nCodePage, 0, psz, static_cast<int>(n), pszSortie, nBesoin);
-        if (nEcrit > 0) {
-            cl.nTronque(nEcrit);
-            return cl;
-        }
-    }
+    // No code page gives more characters than bytes, so one pass into n places is enough; the
+    // counting pass is kept for a conversion that says otherwise.
     wchar_t* pszSortie = cl.pszGetBuffer(static_cast<int>(n));
     if (pszSortie == nullptr) throw std::bad_alloc();
+    int nEcrit = MultiByteToWideChar(nCodePage, 0, psz, static_cast<int>(n), pszSortie, static_cast<int>(n));
+    if (nEcrit <= 0 && errno == E2BIG) {
+        const int nBesoin = MultiByteToWideChar(nCodePage, 0, psz, static_cast<int>(n), nullptr, 0);
+        if (nBesoin > 0) {
+            pszSortie = cl.pszGetBuffer(nBesoin);
+            if (pszSortie == nullptr) throw std::bad_alloc();
+            nEcrit = MultiByteToWideChar(nCodePage, 0, psz, static_cast<int>(n), pszSortie, nBesoin);
+        }
+    }
+    if (nEcrit > 0) {
+        cl.nTronque(nEcrit);
+        return;
+    }
+    pszSortie = cl.pszGetBuffer(static_cast<int>(n));
+    if (pszSortie == nullptr) throw std::bad_alloc();
     for (size_t i = 0; i < n; ++i) pszSortie[i] = pby[i];
-    return cl;
 }
 
 // ---------------------------------------------------------------- reading
@@ -192,14 +206,31 @@ bool bReserveLecture(_stINFOFIC* pstInfo, int nTaille) {
 
 enum class ELecture { Ligne, FinDeFichier, Echec };
 
-// Reads up to the separator, which is consumed, and appends the bytes before it to sLigne. In a
-// Unicode file the separator is looked for only at whole 16-bit units counted from the line's
-// start, so that half of one character never ends a line. bLigne: the separator is the line
-// feed, and a carriage return just before it (in the same read or not) leaves the line too.
-ELecture eLitJusqua(CComposanteStandard* pclThis, _stINFOFIC* pstInfo, const std::string& sSeparateur, bool bLigne,
-                    std::string& sLigne) {
+// The first occurrence of the separator in p[0, n), or null. The line feeds (one byte, or two in a
+// Unicode file) are looked for with memchr, several times faster than memmem on so short a needle.
+const void* pCherche(const uint8_t* p, size_t n, const char* pSeparateur, size_t nSep) {
+    if (nSep == 1) return std::memchr(p, pSeparateur[0], n);
+    if (nSep != 2) return memmem(p, n, pSeparateur, nSep);
+    for (size_t i = 0; i + 1 < n;) {
+        const void* pPremier = std::memchr(p + i, pSeparateur[0], n - 1 - i);
+        if (pPremier == nullptr) return nullptr;
+        i = static_cast<size_t>(static_cast<const uint8_t*>(pPremier) - p);
+        if (p[i + 1] == static_cast<uint8_t>(pSeparateur[1])) return pPremier;
+        ++i;
+    }
+    return nullptr;
+}
+
+// Reads up to the separator, which is consumed, and gives the bytes before it in *ppbyLigne and
+// *pnLigne: inside the read-ahead when the whole line was there (valid until the handle's next
+// operation), otherwise gathered in sLigne. In a Unicode file the separator is looked for only at
+// whole 16-bit units counted from the line's start, so that half of one character never ends a
+// line. bLigne: the separator is the line feed, and a carriage return just before it (in the same
+// read or not) leaves the line too.
+ELecture eLitJusqua(CComposanteStandard* pclThis, _stINFOFIC* pstInfo, const char* pSeparateur, size_t nSep,
+                    bool bLigne, std::string& sLigne, const uint8_t** ppbyLigne, size_t* pnLigne) {
     const bool bUnicode = pstInfo->bUnicode != 0;
-    const size_t nSep = sSeparateur.size();
+    const size_t nCR = bUnicode ? 2 : 1;
     const int nCapacite = static_cast<int>(std::max<size_t>(kTailleLecture, 2 * nSep + 4));
     if (nSep > kLigneMax || !bReserveLecture(pstInfo, nCapacite)) {
         pclThis->RaiseError(&gstMyModuleInfo8, kErreurMemoireTampon);
@@ -218,20 +249,29 @@ ELecture eLitJusqua(CComposanteStandard* pclThis, _stINFOFIC* pstInfo, const std
         const size_t n = static_cast<size_t>(pstInfo->nLecture - pstInfo->nCurseur);
         size_t nDepuis = 0;
         while (nSep > 0 && nDepuis + nSep <= n) {
-            const void* pTrouve = memmem(p + nDepuis, n - nDepuis, sSeparateur.data(), nSep);
+            const void* pTrouve = pCherche(p + nDepuis, n - nDepuis, pSeparateur, nSep);
             if (pTrouve == nullptr) break;
             const size_t j = static_cast<size_t>(static_cast<const uint8_t*>(pTrouve) - p);
             if (bUnicode && (j & 1)) {
                 nDepuis = j + 1;
                 continue;
             }
-            sLigne.append(reinterpret_cast<const char*>(p), j);
             pstInfo->nCurseur += static_cast<int>(j + nSep);
-            if (bLigne) {
-                const size_t nCR = bUnicode ? 2 : 1;
-                if (sLigne.size() >= nCR && sLigne[sLigne.size() - nCR] == '\r' && (!bUnicode || sLigne.back() == 0))
-                    sLigne.resize(sLigne.size() - nCR);
+            if (sLigne.empty()) {
+                // The whole line is in the read-ahead: handed out where it lies, without a copy.
+                size_t nLigne = j;
+                if (bLigne && nLigne >= nCR && p[nLigne - nCR] == '\r' && (!bUnicode || p[nLigne - 1] == 0))
+                    nLigne -= nCR;
+                *ppbyLigne = p;
+                *pnLigne = nLigne;
+                return ELecture::Ligne;
             }
+            sLigne.append(reinterpret_cast<const char*>(p), j);
+            if (bLigne && sLigne.size() >= nCR && sLigne[sLigne.size() - nCR] == '\r' &&
+                (!bUnicode || sLigne.back() == 0))
+                sLigne.resize(sLigne.size() - nCR);
+            *ppbyLigne = reinterpret_cast<const uint8_t*>(sLigne.data());
+            *pnLigne = sLigne.size();
             return ELecture::Ligne;
         }
         // Keep back what may begin a separator cut by the end of the read, and in a Unicode file
@@ -264,6 +304,8 @@ ELecture eLitJusqua(CComposanteStandard* pclThis, _stINFOFIC* pstInfo, const std
         if (nLu == 0) {
             sLigne.append(reinterpret_cast<const char*>(pby), nGarde);
             pstInfo->nCurseur = static_cast<int>(nGarde);
+            *ppbyLigne = reinterpret_cast<const uint8_t*>(sLigne.data());
+            *pnLigne = sLigne.size();
             return bLu || nGarde > 0 ? ELecture::Ligne : ELecture::FinDeFichier;
         }
         pstInfo->nLecture += static_cast<int>(nLu);
@@ -324,12 +366,16 @@ void CComposanteStandard::fLitLigne(int nHandle, const STManipAUB* pstSeparateur
     const bool bLigne = sSeparateur.empty();
     if (bLigne) sSeparateur.assign(bUnicode ? "\n\0" : "\n", bUnicode ? 2 : 1);
     std::string sLigne;
-    const ELecture e = eLitJusqua(this, pstInfo, sSeparateur, bLigne, sLigne);
+    const uint8_t* pbyLigne = nullptr;
+    size_t nLigne = 0;
+    const ELecture e =
+        eLitJusqua(this, pstInfo, sSeparateur.data(), sSeparateur.size(), bLigne, sLigne, &pbyLigne, &nLigne);
     if (pstAppel == nullptr) return;
     if (e == ELecture::Echec) return ovthunk::PousseEchec(pstAppel);
     if (e == ELecture::FinDeFichier) return ovthunk::PousseTexte(pstAppel, CXYString<wchar_t>(L"\x04"), nFormeLigne(pstInfo));
-    const uint8_t* pby = reinterpret_cast<const uint8_t*>(sLigne.data());
-    const CXYString<wchar_t> clLigne = bUnicode ? clDepuisUTF16(pby, sLigne.size()) : clDepuisCodePage(pby, sLigne.size());
+    CXYString<wchar_t>& clLigne = pstInfo->clLigneLarge;
+    if (bUnicode) DepuisUTF16(pbyLigne, nLigne, clLigne);
+    else DepuisCodePage(pbyLigne, nLigne, clLigne);
     ovthunk::PousseTexte(pstAppel, clLigne, nFormeLigne(pstInfo));
 }
 

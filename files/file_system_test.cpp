@@ -88,9 +88,6 @@ TEST_F(FileSystem, CopyTakesBlanksAndShellCharactersAsPlainNames) {
     EXPECT_EQ(sLit(s("copie ; rm -rf x.txt")), "contenu\n");
     EXPECT_FALSE(fs::exists(s("pirate")));
     EXPECT_FALSE(clErreur.bHasError());
-    // Backslashes are separators.
-    ASSERT_TRUE(CDiskFile::bCopy((w("") + L"\\b.txt").c_str(), w(sSource).c_str(), nullptr));
-    EXPECT_EQ(sLit(s("b.txt")), "contenu\n");
 }
 
 TEST_F(FileSystem, CopyRefusesTheSameFileAndLeavesNoHalfFile) {
@@ -121,8 +118,7 @@ TEST_F(FileSystem, RenameNeverReplacesButMoveDoes) {
     Ecrit(s("b"), "B");
     CXError clErreur;
     EXPECT_FALSE(CDiskFile::bRename(w("b").c_str(), w("a").c_str(), &clErreur));
-    EXPECT_EQ(errno, EEXIST);
-    EXPECT_EQ(clErreur.dwGetSystemErrorCode(), 17u);
+    EXPECT_EQ(clErreur.dwGetSystemErrorCode(), static_cast<unsigned>(EEXIST));
     EXPECT_EQ(sLit(s("b")), "B");
     ASSERT_TRUE(CDiskFile::bRename(w("c").c_str(), w("a").c_str(), &clErreur));
     EXPECT_FALSE(clErreur.bHasError());
@@ -266,7 +262,6 @@ TEST_F(FileSystem, AttributesSeeTheLinkItself) {
     EXPECT_NE(dw & CDiskFile::eATTR_CACHE, 0u);
     EXPECT_EQ(o, 5);
     EXPECT_TRUE(CDiskFile::bIsADirectory(w("lien").c_str()));
-    EXPECT_TRUE(CDiskFile::bIsAFile(w(".cache").c_str()));
     EXPECT_EQ(CDiskFile::s_oGetSize(w(".cache").c_str(), nullptr), 5);
     EXPECT_EQ(CDiskFile::s_oGetSize(w("rep").c_str(), nullptr), -1);
     ASSERT_TRUE(CDiskFile::bSetFileAttributes(w(".cache").c_str(), -1, nullptr));

@@ -876,6 +876,10 @@ bool CStandInMachine::bCallPrepared(const STPreparedCall& stCall, void** ppArgum
     CImpl& cl = *m_pclImpl;
     STCallContext stContext;
     stContext.dwFrame = cl.dwNextFrame(stCall.nArguments);
+    // The caller's value lends its storage to the result, which a caller in a loop reads on
+    // every call; it starts as the null value all the same.
+    stContext.clResult = std::move(*pclResult);
+    stContext.clResult.Clear();
     STZKAppel stAppel{};
     stAppel.piVM = &cl.clVM;
     stAppel.dwFrame = stContext.dwFrame;

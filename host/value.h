@@ -41,6 +41,17 @@ struct CValue {
     static CValue Text(std::wstring s) { CValue v; v.eKind = EValueKind::Text; v.sText = std::move(s); return v; }
     static CValue Ansi(std::string s) { CValue v; v.eKind = EValueKind::Ansi; v.sBytes = std::move(s); return v; }
     static CValue Buffer(std::string s) { CValue v; v.eKind = EValueKind::Buffer; v.sBytes = std::move(s); return v; }
+
+    // Back to the null value, keeping the strings' storage: a value read again and again (the
+    // result of a call in a loop) then costs no allocation once it has held its longest text.
+    void Clear() {
+        eKind = EValueKind::Null;
+        nInteger = 0;
+        dReal = 0;
+        sText.clear();
+        sBytes.clear();
+        tabMembers.clear();
+    }
 };
 
 // The JSON name of a kind: "bool", "int", "int64", "real", "money", "text", "ansi", "buffer",

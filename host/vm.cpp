@@ -44,19 +44,21 @@ void AddNote(std::string* psNote, const std::string& s) {
 void ReadPushedValue(const void* pValeur, int nType, CValue* pcl, std::string* psNote) {
     const uint32_t nCode = static_cast<uint32_t>(nType) & ovtype::CODE_MASK;
     // Reset in place: results are read on every call, and most are scalars that need no string.
-    pcl->eKind = EValueKind::Null;
-    pcl->nInteger = 0;
-    pcl->dReal = 0;
-    pcl->sText.clear();
-    pcl->sBytes.clear();
-    pcl->tabMembers.clear();
-    // Text results by pointer: a null pointer is the null value.
+    pcl->Clear();
+    // Text results by pointer: a null pointer is the null value. Copied into the storage the
+    // value already has, so that a text read in a loop is not allocated on every call.
     if (nCode == ovtype::WTEXT) {
-        if (pValeur != nullptr) *pcl = CValue::Text(static_cast<const wchar_t*>(pValeur));
+        if (pValeur != nullptr) {
+            pcl->eKind = EValueKind::Text;
+            pcl->sText.assign(static_cast<const wchar_t*>(pValeur));
+        }
         return;
     }
     if (nCode == ovtype::ATEXT) {
-        if (pValeur != nullptr) *pcl = CValue::Ansi(static_cast<const char*>(pValeur));
+        if (pValeur != nullptr) {
+            pcl->eKind = EValueKind::Ansi;
+            pcl->sBytes.assign(static_cast<const char*>(pValeur));
+        }
         return;
     }
     if (nCode == ovtype::VOID) return;

@@ -410,16 +410,9 @@ TEST(MoneyOrder, ComparisonAndKeysAgreeOverExtremesAndRandomValues) {
     EXPECT_EQ(nCmpMonetaireEtInt32(&gstMillion, 1), 0);
 }
 
-TEST(MoneyConstants, HaveTheirBytesAndTheDecimalSizeTableHoldsItsDigits) {
+TEST(MoneyConstants, AreLittleEndianAndTheDecimalSizeTableHoldsItsDigits) {
     const unsigned char abyMillion[10] = {0x40, 0x42, 0x0f, 0, 0, 0, 0, 0, 0, 0};
     EXPECT_EQ(std::memcmp(&gstMillion, abyMillion, 10), 0);
-    EXPECT_EQ(gstMoinsUn.nGetBrut(), -kUn);
-    EXPECT_EQ(gst65536.nGetBrut(), 65536);
-    CMoney cl;
-    SetMonetaireToMin(&cl);
-    EXPECT_EQ(cl.nGetBrut(), kMin);
-    SetMonetaireToMax(&cl);
-    EXPECT_EQ(cl.nGetBrut(), kMax);
     // p digits fit n bytes when 10^p - 1 fits a signed integer of 8n bits; n is the least such.
     unsigned __int128 uPuissance = 1;
     for (int p = 1; p <= 38; ++p) {

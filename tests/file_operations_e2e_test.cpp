@@ -70,22 +70,6 @@ std::string sEtroit(const std::wstring& w) {
     return s;
 }
 
-// The library reaps every dead child from its SIGCHLD handler; a test that waits for a child of its
-// own holds the signal back meanwhile, so that its waitpid finds the child.
-class CSigchldRetenu {
-public:
-    CSigchldRetenu() {
-        sigset_t st;
-        sigemptyset(&st);
-        sigaddset(&st, SIGCHLD);
-        pthread_sigmask(SIG_BLOCK, &st, &m_stAncien);
-    }
-    ~CSigchldRetenu() { pthread_sigmask(SIG_SETMASK, &m_stAncien, nullptr); }
-
-private:
-    sigset_t m_stAncien;
-};
-
 class FileOperationsEndToEnd : public MachineEndToEnd {
 protected:
     void SetUp() override {
@@ -352,7 +336,7 @@ TEST_F(FileOperationsEndToEnd, TreeSizeCountsFilesOnceThroughLinkLoops) {
     fs::create_directory_symlink(m_sDir, sChemin("t/a/haut"));
 
     // The oracle: find(1), run without a shell.
-    const CSigchldRetenu clRetenu;
+    const ovtest::CSigchldRetenu clRetenu;
     int anTube[2];
     ASSERT_EQ(pipe(anTube), 0);
     const pid_t nPid = fork();
@@ -392,7 +376,7 @@ TEST_F(FileOperationsEndToEnd, DirectoryRightsAsAnotherUser) {
     chmod(sChemin("liste").c_str(), 0555);
     chmod(sChemin("rien").c_str(), 0);
     chmod(m_sDir.c_str(), 0755);
-    const CSigchldRetenu clRetenu;
+    const ovtest::CSigchldRetenu clRetenu;
     const pid_t nPid = fork();
     if (nPid == 0) {
         if (geteuid() == 0 && (setresgid(65534, 65534, 65534) != 0 || setresuid(65534, 65534, 65534) != 0)) _exit(100);
@@ -421,7 +405,7 @@ TEST_F(FileOperationsEndToEnd, FailedSaveKeepsTheOldFile) {
     const std::string sNom = sChemin("garde.txt");
     Ecrit(sNom, "ancien contenu");
     chmod(sNom.c_str(), 0640);
-    const CSigchldRetenu clRetenu;
+    const ovtest::CSigchldRetenu clRetenu;
     const pid_t nPid = fork();
     if (nPid == 0) {
         signal(SIGXFSZ, SIG_IGN);
@@ -578,7 +562,7 @@ TEST(FileOperationsOvrun, SaveLoadAndCompareFromTheCommandLine) {
     const std::string sScript = "fSauveTexte(\"" + sDir + "/\u00e9t\u00e9.txt\", \"Caf\u00e9 \\u{1F600}\")\n"
                                 "fChargeTexte(\"" + sDir + "/\u00e9t\u00e9.txt\")\n"
                                 "fCompare(\"" + sDir + "/\u00e9t\u00e9.txt\", \"" + sDir + "/absent\")\n";
-    const CSigchldRetenu clRetenu;
+    const ovtest::CSigchldRetenu clRetenu;
     const ovtest::STSortieOvrun st = ovtest::stLanceOvrun(OVRUN_PATH, {"-e", sScript});
     EXPECT_EQ(st.nStatus, 0) << st.sTexte;
     EXPECT_EQ(st.sTexte.substr(0, st.sTexte.find("error")),
