@@ -455,6 +455,15 @@ bool CComposanteStandard::fRepCree(const STManipAUB* pstRepertoire) {
 
 // ================================================================ whole directories
 
+// A directory that could not be copied or moved: 80064, with the toolkit's text behind it and the
+// system's error.
+static void EchecCopieRepertoire(CComposanteStandard* pclThis, const CXError* pclErreur, int nErrno) {
+    EchecNumerote(pclThis, 80064);
+    if (pclErreur->bHasError() && pclErreur->pszGetUserMessage()[0] != 0)
+        pclThis->pclGetError()->AddUserMessageNoFormat(pclErreur->pszGetUserMessage());
+    pclThis->pclGetError()->SetSystemError(static_cast<unsigned int>(nErrno), nullptr);
+}
+
 // The content of the source goes into the destination, which is created when missing. The copy
 // is recursive unless the option says otherwise (the two-argument form asks for it).
 bool CComposanteStandard::fRepCopie(const STManipAUB* pstSource, const STManipAUB* pstDestination, int nOption) {
@@ -475,11 +484,7 @@ bool CComposanteStandard::fRepCopie(const STManipAUB* pstSource, const STManipAU
     CXError clErreur(&gstMyModuleInfo8);
     if (!CDiskFile::bCreateDirectory(szDestination, &clErreur) ||
         !CDiskFile::bCopyTree(szDestination, szSource, (nOption & kOptionRecursif) != 0, &clErreur)) {
-        const int nErrno = errno;
-        EchecNumerote(this, 80064);
-        if (clErreur.bHasError() && clErreur.pszGetUserMessage()[0] != 0)
-            pclGetError()->AddUserMessageNoFormat(clErreur.pszGetUserMessage());
-        pclGetError()->SetSystemError(static_cast<unsigned int>(nErrno), nullptr);
+        EchecCopieRepertoire(this, &clErreur, errno);
         return false;
     }
     return true;
@@ -544,11 +549,7 @@ bool CComposanteStandard::fRepDeplace(const STManipAUB* pstSource, const STManip
     }
     CXError clErreur(&gstMyModuleInfo8);
     if (!CDiskFile::bMoveTree(szDestination, szSource, &clErreur)) {
-        const int nErrno = errno;
-        EchecNumerote(this, 80064);
-        if (clErreur.bHasError() && clErreur.pszGetUserMessage()[0] != 0)
-            pclGetError()->AddUserMessageNoFormat(clErreur.pszGetUserMessage());
-        pclGetError()->SetSystemError(static_cast<unsigned int>(nErrno), nullptr);
+        EchecCopieRepertoire(this, &clErreur, errno);
         return false;
     }
     return true;

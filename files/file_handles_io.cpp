@@ -131,8 +131,21 @@ void OctetsDuTexte(const STManipAUB* pstValeur, bool bUnicode, std::string& s) {
 
 // ---------------------------------------------------------------- the file's bytes to text
 
+// True when one of the four UTF-16LE units in the eight bytes of w is a surrogate: a unit whose
+// top five bits are 11011 leaves a zero lane once masked and compared, and a zero lane is what
+// the classic borrow test finds.
+inline bool bSurrogatDans(uint64_t w) {
+    const uint64_t v = (w & 0xF800F800F800F800ULL) ^ 0xD800D800D800D800ULL;
+    return ((v - 0x0001000100010001ULL) & ~v & 0x8000800080008000ULL) != 0;
+}
+
+inline void ElargitHuitUnites(const uint8_t* __restrict pby, wchar_t* __restrict psz) {
+    for (size_t k = 0; k < 8; ++k) psz[k] = static_cast<wchar_t>(pby[2 * k] | (pby[2 * k + 1] << 8));
+}
+
 // UTF-16LE to wide, into cl (whose block is reused when it is large enough). A lone surrogate, or
-// an odd byte at the very end, becomes U+FFFD.
+// an odd byte at the very end, becomes U+FFFD. Runs of eight units without a surrogate, nearly all
+// text, are widened as a block, which the compiler turns into vector code.
 void DepuisUTF16(const uint8_t* pby, size_t n, CXYString<wchar_t>& cl) {
     const size_t nMax = n / 2 + (n & 1);
     if (nMax == 0) {
@@ -143,14 +156,25 @@ void DepuisUTF16(const uint8_t* pby, size_t n, CXYString<wchar_t>& cl) {
     if (psz == nullptr) throw std::bad_alloc();
     size_t nSortie = 0;
     size_t i = 0;
-    for (; i + 1 < n; i += 2) {
+    while (i + 1 < n) {
+        if (i + 16 <= n) {
+            uint64_t aw[2];
+            std::memcpy(aw, pby + i, sizeof aw);
+            if (!bSurrogatDans(aw[0]) && !bSurrogatDans(aw[1])) {
+                ElargitHuitUnites(pby + i, psz + nSortie);
+                i += 16;
+                nSortie += 8;
+                continue;
+            }
+        }
         const uint32_t u = pby[i] | (pby[i + 1] << 8);
-        if (u - 0xD800u >= 0x800u) {  // the usual case: no surrogate
+        i += 2;
+        if (u - 0xD800u >= 0x800u) {
             psz[nSortie++] = static_cast<wchar_t>(u);
             continue;
         }
-        if (u < 0xDC00 && i + 3 < n) {
-            const uint32_t v = pby[i + 2] | (pby[i + 3] << 8);
+        if (u < 0xDC00 && i + 1 < n) {
+            const uint32_t v = pby[i] | (pby[i + 1] << 8);
             if (v >= 0xDC00 && v < 0xE000) {
                 psz[nSortie++] = static_cast<wchar_t>(0x10000 + ((u - 0xD800) << 10) + (v - 0xDC00));
                 i += 2;
@@ -161,6 +185,31 @@ void DepuisUTF16(const uint8_t* pby, size_t n, CXYString<wchar_t>& cl) {
     }
     if (i < n) psz[nSortie++] = kRemplacement;
     cl.nTronque(static_cast<int>(nSortie));
+}
+
+// Code page 1252 to wide, n bytes to n characters. The page is Latin-1 but for 0x80 to 0x9F, so
+// the bytes are widened as they stand and only a line that holds one of those 32 bytes takes a
+// second pass through the page's table. The blocks of fixed length let the compiler turn the
+// widening into vector code, which it will not do for a loop of unknown length.
+void Depuis1252(const uint8_t* __restrict pby, size_t n, wchar_t* __restrict pszSortie) {
+    constexpr size_t kBloc = 16;
+    uint8_t bPlage80 = 0;
+    size_t i = 0;
+    for (; i + kBloc <= n; i += kBloc) {
+        const uint8_t* pbyBloc = pby + i;
+        wchar_t* pszBloc = pszSortie + i;
+        for (size_t k = 0; k < kBloc; ++k) {
+            pszBloc[k] = pbyBloc[k];
+            bPlage80 |= static_cast<uint8_t>((pbyBloc[k] & 0xE0) == 0x80);
+        }
+    }
+    for (; i < n; ++i) {
+        pszSortie[i] = pby[i];
+        bPlage80 |= (pby[i] & 0xE0) == 0x80;
+    }
+    if (!bPlage80) return;
+    for (i = 0; i < n; ++i)
+        if ((pby[i] & 0xE0) == 0x80) pszSortie[i] = STR_FromCP1252(pby[i]);
 }
 
 // The locale's code page to wide, into cl; bytes it refuses are taken as Latin-1, so none is lost.
@@ -175,6 +224,10 @@ void DepuisCodePage(const uint8_t* pby, size_t n, CXYString<wchar_t>& cl) {
     // counting pass is kept for a conversion that says otherwise.
     wchar_t* pszSortie = cl.pszGetBuffer(static_cast<int>(n));
     if (pszSortie == nullptr) throw std::bad_alloc();
+    if (nCodePage == CP_1252) {
+        Depuis1252(pby, n, pszSortie);
+        return;
+    }
     int nEcrit = MultiByteToWideChar(nCodePage, 0, psz, static_cast<int>(n), pszSortie, static_cast<int>(n));
     if (nEcrit <= 0 && errno == E2BIG) {
         const int nBesoin = MultiByteToWideChar(nCodePage, 0, psz, static_cast<int>(n), nullptr, 0);
@@ -364,12 +417,12 @@ void CComposanteStandard::fLitLigne(int nHandle, const STManipAUB* pstSeparateur
     std::string sSeparateur;
     OctetsDuTexte(pstSeparateur, bUnicode, sSeparateur);
     const bool bLigne = sSeparateur.empty();
-    if (bLigne) sSeparateur.assign(bUnicode ? "\n\0" : "\n", bUnicode ? 2 : 1);
+    const char* pSeparateur = bLigne ? "\n\0" : sSeparateur.data();
+    const size_t nSeparateur = bLigne ? (bUnicode ? 2 : 1) : sSeparateur.size();
     std::string sLigne;
     const uint8_t* pbyLigne = nullptr;
     size_t nLigne = 0;
-    const ELecture e =
-        eLitJusqua(this, pstInfo, sSeparateur.data(), sSeparateur.size(), bLigne, sLigne, &pbyLigne, &nLigne);
+    const ELecture e = eLitJusqua(this, pstInfo, pSeparateur, nSeparateur, bLigne, sLigne, &pbyLigne, &nLigne);
     if (pstAppel == nullptr) return;
     if (e == ELecture::Echec) return ovthunk::PousseEchec(pstAppel);
     if (e == ELecture::FinDeFichier) return ovthunk::PousseTexte(pstAppel, CXYString<wchar_t>(L"\x04"), nFormeLigne(pstInfo));

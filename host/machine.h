@@ -135,7 +135,8 @@ public:
     bool bPrepare(std::string_view sName, const std::vector<CValue>& tabSample, STPreparedCall* pstCall,
                   std::string* psError) const;
     // Runs a prepared call: the vector holds one pointer per argument in the thunk's form. The
-    // result is what the component pushed; the error object is left for pclGetError.
+    // result is what the component pushed; the error object is left for pclGetError. pclResult's
+    // storage is reused for the result, so no argument may point into it.
     bool bCallPrepared(const STPreparedCall& stCall, void** ppArguments, CValue* pclResult);
 
     // Readable form of a type word: "int", "text&", ...

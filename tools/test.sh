@@ -7,6 +7,10 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 # Paths relative to the tree, so that ccache serves a fresh clone from earlier builds.
 export CCACHE_BASEDIR="$root"
 jobs=$(nproc)
+# Tests that touch files work under a private TMPDIR, removed at the end whatever happens.
+TMPDIR="$(mktemp -d "${TMPDIR:-/tmp}/ov200std64-tests.XXXXXX")"
+export TMPDIR
+trap 'rm -rf "$TMPDIR"' EXIT
 
 cmake -S "$root" -B "$root/build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
 ninja -C "$root/build" -j "$jobs"
