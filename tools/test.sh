@@ -9,6 +9,8 @@ export CCACHE_BASEDIR="$root"
 jobs=$(nproc)
 # Tests that touch files work under a private TMPDIR, removed at the end whatever happens.
 TMPDIR="$(mktemp -d "${TMPDIR:-/tmp}/ov200std64-tests.XXXXXX")"
+# Readable by all: some tests check refusals from a child that runs as another user.
+chmod 755 "$TMPDIR"
 export TMPDIR
 trap 'rm -rf "$TMPDIR"' EXIT
 
