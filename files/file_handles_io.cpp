@@ -187,27 +187,33 @@ void DepuisUTF16(const uint8_t* pby, size_t n, CXYString<wchar_t>& cl) {
     cl.nTronque(static_cast<int>(nSortie));
 }
 
+inline void ElargitSeizeOctets(const uint8_t* __restrict pby, wchar_t* __restrict psz) {
+    for (size_t k = 0; k < 16; ++k) psz[k] = pby[k];
+}
+
+// Non-zero when one of the eight bytes of w lies in 0x80..0x9F (top three bits 100).
+inline uint64_t nPlage80Dans(uint64_t w) {
+    const uint64_t v = (w & 0xE0E0E0E0E0E0E0E0ULL) ^ 0x8080808080808080ULL;
+    return (v - 0x0101010101010101ULL) & ~v & 0x8080808080808080ULL;
+}
+
 // Code page 1252 to wide, n bytes to n characters. The page is Latin-1 but for 0x80 to 0x9F, so
-// the bytes are widened as they stand and only a line that holds one of those 32 bytes takes a
-// second pass through the page's table. The blocks of fixed length let the compiler turn the
-// widening into vector code, which it will not do for a loop of unknown length.
-void Depuis1252(const uint8_t* __restrict pby, size_t n, wchar_t* __restrict pszSortie) {
-    constexpr size_t kBloc = 16;
-    uint8_t bPlage80 = 0;
+// the bytes are widened as they stand, by blocks the compiler turns into vector code, and only a
+// line that holds one of those 32 bytes takes a second pass through the page's table.
+void Depuis1252(const uint8_t* pby, size_t n, wchar_t* pszSortie) {
+    uint64_t nPlage80 = 0;
     size_t i = 0;
-    for (; i + kBloc <= n; i += kBloc) {
-        const uint8_t* pbyBloc = pby + i;
-        wchar_t* pszBloc = pszSortie + i;
-        for (size_t k = 0; k < kBloc; ++k) {
-            pszBloc[k] = pbyBloc[k];
-            bPlage80 |= static_cast<uint8_t>((pbyBloc[k] & 0xE0) == 0x80);
-        }
+    for (; i + 16 <= n; i += 16) {
+        uint64_t aw[2];
+        std::memcpy(aw, pby + i, sizeof aw);
+        nPlage80 |= nPlage80Dans(aw[0]) | nPlage80Dans(aw[1]);
+        ElargitSeizeOctets(pby + i, pszSortie + i);
     }
     for (; i < n; ++i) {
         pszSortie[i] = pby[i];
-        bPlage80 |= (pby[i] & 0xE0) == 0x80;
+        nPlage80 |= (pby[i] & 0xE0) == 0x80;
     }
-    if (!bPlage80) return;
+    if (nPlage80 == 0) return;
     for (i = 0; i < n; ++i)
         if ((pby[i] & 0xE0) == 0x80) pszSortie[i] = STR_FromCP1252(pby[i]);
 }
