@@ -90,8 +90,11 @@ struct STCopieAvecProcedure {
 // gives none that reads as a number, "go on".
 bool bDemandeProcedure(STCopieAvecProcedure* pst, const wchar_t* pszSource, const wchar_t* pszDestination) {
     CCallback& cl = *pst->pclProcedure;
+    // The caller's value is 64 bits wide, as the listings push it.
+    CAny clPointeur;
+    clPointeur.SetI8(pst->nPointeur);
     if (!cl.bEmpileChaineX(pszSource, &pst->clErreur) || !cl.bEmpileChaineX(pszDestination, &pst->clErreur) ||
-        !cl.bEmpileEntier(static_cast<int>(pst->nPointeur), &pst->clErreur)) {
+        !cl.bEmpileAny(&clPointeur, &pst->clErreur)) {
         cl.AnnuleExecution();
         pst->bEchec = true;
         return false;
