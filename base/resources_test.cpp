@@ -18,6 +18,7 @@
 #include "base/data_compressor.h"
 #include "base/internal/test_resource_block.h"
 #include "base/tstring.h"
+#include "base/unicode.h"
 #include "generated/catalogue_counts.h"
 
 extern const _stErrorDef gstErrorDef8[];
@@ -146,25 +147,9 @@ TEST(ResourceBlock, StopsTheWalkAtTheFirstUnsoundRecord) {
 }
 
 std::string sUtf8(const wchar_t* pszTexte) {
-    std::string s;
-    for (; *pszTexte != 0; ++pszTexte) {
-        const auto c = static_cast<char32_t>(*pszTexte);
-        if (c < 0x80) {
-            s += static_cast<char>(c);
-        } else if (c < 0x800) {
-            s += static_cast<char>(0xC0 | (c >> 6));
-            s += static_cast<char>(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            s += static_cast<char>(0xE0 | (c >> 12));
-            s += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            s += static_cast<char>(0x80 | (c & 0x3F));
-        } else {
-            s += static_cast<char>(0xF0 | (c >> 18));
-            s += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-            s += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            s += static_cast<char>(0x80 | (c & 0x3F));
-        }
-    }
+    char* psz = WideToUTF8(pszTexte);
+    std::string s(psz != nullptr ? psz : "");
+    free(psz);
     return s;
 }
 
@@ -436,34 +421,13 @@ TEST_F(MessageFile, RefusesBadOrTruncatedFiles) {
 
 // ---------------------------------------------------------------- the small entries
 
-TEST(ResourceModule, HasNoSeparateResourceLibrary) {
+TEST(ResourceModule, ALibraryWithoutTheEntryGivesNoResource) {
     unsigned int nTaille = 99;
-    EXPECT_EQ(DLLRES_pLoadResourceModule(&gstModuleTest, 1000, L"RT_RCDATA", &nTaille), nullptr);
-    EXPECT_EQ(nTaille, 0u);
-    EXPECT_EQ(DLLRES_pLoadResource(&gstModuleTest, nullptr, 1000, L"RT_RCDATA", &nTaille), nullptr);
     void* hLibC = dlopen("libc.so.6", RTLD_NOW | RTLD_NOLOAD);
     ASSERT_NE(hLibC, nullptr);
     EXPECT_EQ(DLLRES_pLoadResource(&gstModuleTest, hLibC, 1000, L"RT_RCDATA", &nTaille), nullptr)
         << "a library without the entry";
     dlclose(hLibC);
-    EXPECT_EQ(DLLRES_bUtiliseDLLRes(), 0);
-    EXPECT_EQ(ghGetRessourceHandle, nullptr);
-}
-
-int gnCommandeRecue = -1;
-bool gbRecordVide = false;
-int nRappelInit(int nCommande, void* pRecord) {
-    gnCommandeRecue = nCommande;
-    const auto* pbyRecord = static_cast<const uint8_t*>(pRecord);
-    gbRecordVide = std::all_of(pbyRecord, pbyRecord + 24, [](uint8_t by) { return by == 0; });
-    return 1;
-}
-
-TEST(ResourceModule, ForcedInitCallsTheCallbackWithCommandThree) {
-    EXPECT_FALSE(DLLRES_bForceInitRessource(nullptr));
-    EXPECT_TRUE(DLLRES_bForceInitRessource(nRappelInit));
-    EXPECT_EQ(gnCommandeRecue, 3);
-    EXPECT_TRUE(gbRecordVide);
 }
 
 TEST(ResourceString, BuildsFromAFormattedOrRawResource) {

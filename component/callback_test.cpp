@@ -10,14 +10,15 @@
 #include "base/error.h"
 #include "component/callback.h"
 #include "component/interfaces/any_view.h"
+#include "component/testing/fake_vm.h"
 
 namespace {
 
-class CFakeVM;
+class CVMCompteur;
 
 class CFakeMethode final : public IAppelMethode {
 public:
-    explicit CFakeMethode(CFakeVM* pclVM, bool bDisponible = true) : m_pclVM(pclVM), m_bDisponible(bDisponible) {}
+    explicit CFakeMethode(CVMCompteur* pclVM, bool bDisponible = true) : m_pclVM(pclVM), m_bDisponible(bDisponible) {}
     int nAddRef() override { return ++nRef; }
     int nRelease() override { return --nRef; }
     int bEstDisponible() override { return m_bDisponible; }
@@ -31,13 +32,12 @@ public:
     int nRef = 1;  // the finder's reference, which it hands over
 
 private:
-    CFakeVM* m_pclVM;
+    CVMCompteur* m_pclVM;
     bool m_bDisponible;
 };
 
-class CFakeVM final : public IVM {
+class CVMCompteur final : public CFakeVM {
 public:
-    const wchar_t* pxGetInfoTraitement(int, int) override { return L""; }
     void ReleaseVM() override { --nRefVM; }
     int bEmpileAnyAppel(CAny* pcl, CXError*) override {
         tabPousses.push_back(pcl->bEstNull() ? "null" : "any");
@@ -52,8 +52,6 @@ public:
         tabPousses.clear();
     }
     int bVerifieFonctionnalite(int, CXError*) override { return 1; }
-    int bEmpileChampAppel(IObjetAPCode*, CXError*) override { return 0; }
-    IInfoLangue* piGetInfoLangue(int, int) override { return nullptr; }
     IAppelMethode* piTrouveTraitement(const wchar_t* pszNom, int, CXError*) override {
         if (std::wstring(pszNom) == L"Proc") {
             ++clMethode.nRef;
@@ -79,26 +77,16 @@ public:
         pclRetour = nullptr;
         return pi == &clMethode ? bReussit : 0;
     }
-    IFenCommun* piGetFenetreAppelante() override { return nullptr; }
-    int bLitParametreAny(int, unsigned int, CAny*, CXError*) override { return 0; }
-    int bLitParametreVariable(int, unsigned int, STParametreVariable*, CXError*) override { return 0; }
-    void SetRetour(unsigned int, const void*, int) override {}
     int nEmpileEntierAppel(int n, CXError*) override {
         tabPousses.push_back("int " + std::to_string(n));
         return 1;
     }
-    void EmetAvertissementPerformance(_CXErrorModule8*) override {}
-    int bEmpileTableauAppel(IZKTableau*, CXError*) override { return 0; }
-    int bAuditPerformanceActif() override { return 0; }
-    int nModeChaine() override { return 0; }
     int bEmpileChaineAppel(const wchar_t* psz, CXError*) override {
         if (bRefuseTextes) return 0;
         tabPousses.push_back("text " + std::string(psz, psz + std::wcslen(psz)));  // ASCII in these tests
         return 1;
     }
     int bEmpileChaineCouranteAppel(const wchar_t* psz, CXError* pcl) override { return bEmpileChaineAppel(psz, pcl); }
-    void* pxCreeStructureRetour(unsigned int, int) override { return nullptr; }
-    void SetMembreStructure(void*, int, const void*, int) override {}
     IVM* piDupliqueVMThread(int, const wchar_t* pszNom, void* pSlot, CXError*) override {
         IAppelMethode* pi = piTrouveTraitement(pszNom, 0, nullptr);
         if (pi == nullptr) return nullptr;
@@ -127,7 +115,7 @@ IVM* CFakeMethode::piGetVM(CXError*) {
 }
 
 TEST(Callback, PushesRunsAndReadsTheAnswerThenGivesEveryReferenceBack) {
-    CFakeVM clVM;
+    CVMCompteur clVM;
     {
         CCallback clAppel;
         ASSERT_TRUE(clAppel.bInit(L"Proc", &clVM, nullptr));
@@ -157,7 +145,7 @@ TEST(Callback, PushesRunsAndReadsTheAnswerThenGivesEveryReferenceBack) {
 }
 
 TEST(Callback, AbandonedPushesAreCancelledAndReleasedInEveryState) {
-    CFakeVM clVM;
+    CVMCompteur clVM;
     {
         CCallback clAppel;
         ASSERT_TRUE(clAppel.bInit(L"Proc", &clVM, nullptr));
@@ -198,7 +186,7 @@ TEST(Callback, AbandonedPushesAreCancelledAndReleasedInEveryState) {
 }
 
 TEST(Callback, RefusesWhatCannotBeCalledAndCountsOnlyWhatTheMachineTook) {
-    CFakeVM clVM;
+    CVMCompteur clVM;
     CCallback clAppel;
     EXPECT_FALSE(clAppel.bInit(nullptr, &clVM, nullptr));
     EXPECT_FALSE(clAppel.bInit(L"", &clVM, nullptr));
@@ -223,7 +211,7 @@ TEST(Callback, RefusesWhatCannotBeCalledAndCountsOnlyWhatTheMachineTook) {
 }
 
 TEST(Callback, ThreadCallbackRunsOnTheThreadsMachineAndReleasesItLast) {
-    CFakeVM clVM;
+    CVMCompteur clVM;
     {
         CCallbackThread clAppel;
         EXPECT_FALSE(clAppel.bInitThread(L"Inconnue", &clVM, nullptr, CCallbackThread::CTE_NOTIFICATION_MEMOIRE));
@@ -241,7 +229,7 @@ TEST(Callback, ThreadCallbackRunsOnTheThreadsMachineAndReleasesItLast) {
 }
 
 TEST(Callback, UserInterruptionIsTheMachinesTen) {
-    CFakeVM clVM;
+    CVMCompteur clVM;
     EXPECT_FALSE(bVerifieInteruptionUtilisateur(&clVM, 0, nullptr));
     clVM.nInterruption = 10;
     EXPECT_TRUE(bVerifieInteruptionUtilisateur(&clVM, 0, nullptr));

@@ -133,14 +133,6 @@ TEST(Proxies, QueryBuildsLanguageObjectsAndRandomObjectsOnly) {
     EXPECT_EQ(n4, 0);
 }
 
-TEST(LanguageObject, ActionOneSetsTheOwnerThreadOthersChangeNothing) {
-    CComposanteStandard cl;
-    EXPECT_EQ(cl.dwActionGenerique(1, 1234), 1u);
-    EXPECT_EQ(cl.dwGetThreadProprietaire(), static_cast<pthread_t>(1234));
-    EXPECT_EQ(cl.dwActionGenerique(2, 99), 0u);
-    EXPECT_EQ(cl.dwGetThreadProprietaire(), static_cast<pthread_t>(1234));
-}
-
 TEST(LanguageObject, ChangeContexteAppelReturnsThePreviousRecord) {
     CComposanteStandard cl;
     STZKAppel st1{}, st2{};

@@ -154,10 +154,74 @@ void CFindFile::TransfertTo(CFindFile& clAutre) noexcept {
 
 namespace {
 
-// One level: the entries that pass the pattern, then (recursive) every subdirectory through "*".
-// Answers false only when the callback asked to stop.
+// A directory stream that is closed on every way out.
+struct CRepertoireOuvert {
+    DIR* pDir = nullptr;
+    explicit CRepertoireOuvert(const wchar_t* pszRepertoire) noexcept
+        : pDir(static_cast<DIR*>(CDiskFile::__Unix_opendir(pszRepertoire[0] != 0 ? pszRepertoire : L"./"))) {}
+    ~CRepertoireOuvert() {
+        if (pDir != nullptr) ::closedir(pDir);
+    }
+    CRepertoireOuvert(const CRepertoireOuvert&) = delete;
+    CRepertoireOuvert& operator=(const CRepertoireOuvert&) = delete;
+};
+
+// Calls fnEntree(szNom) for each entry of pszRepertoire (with its end slash, or empty for the
+// current directory) that is a directory when bRepertoires, and is not one otherwise, and whose
+// name matches pszMotif; false as soon as fnEntree answers false. The walkers need only an
+// entry's kind, and most file systems record it in the directory itself (d_type): an entry then
+// costs no lstat, and one of the wrong kind not even the conversion of its name. An entry of
+// unknown kind is looked at by lstat. A link is never a directory here, so it is never entered.
+template <class F>
+bool bPourChaqueEntree(const wchar_t* pszRepertoire, const wchar_t* pszMotif, bool bRepertoires, F&& fnEntree) noexcept {
+    CRepertoireOuvert clRepertoire(pszRepertoire);
+    if (clRepertoire.pDir == nullptr) return true;  // a directory that cannot be read holds nothing
+    const bool bToutNom = pszMotif[0] == L'*' && pszMotif[1] == 0;
+    for (;;) {
+        const struct dirent* pstEntree = ::readdir(clRepertoire.pDir);
+        if (pstEntree == nullptr) return true;
+        const char* pszNom = pstEntree->d_name;
+        if (pszNom[0] == '.' && (pszNom[1] == 0 || (pszNom[1] == '.' && pszNom[2] == 0))) continue;
+        bool bRepertoire = pstEntree->d_type == DT_DIR;
+        if (pstEntree->d_type == DT_UNKNOWN) {
+            struct stat st;
+            if (::fstatat(dirfd(clRepertoire.pDir), pszNom, &st, AT_SYMLINK_NOFOLLOW) != 0) continue;
+            bRepertoire = S_ISDIR(st.st_mode);
+        }
+        if (bRepertoire != bRepertoires) continue;
+        // A name that is not UTF-8, or too long for a path, cannot be handed on: it is passed.
+        wchar_t szNom[knTaille];
+        if (nUTF8ToWide(pszNom, -1, szNom, knTaille) <= 0) continue;
+        if (!bToutNom && !CDiskFile::_bFiltreFileName(szNom, pszMotif)) continue;
+        if (!fnEntree(static_cast<const wchar_t*>(szNom))) return false;
+    }
+}
+
+// One level: the entries that pass the pattern, then (recursive) every subdirectory. Answers false
+// only when the callback asked to stop.
 bool bParcours(const wchar_t* pszRepertoire, const wchar_t* pszMotif, CDiskFile::PFNDOONFILE pfnRappel,
                void* pContexte, bool bRepertoires, bool bRecursif) noexcept {
+    wchar_t szChemin[knTaille];
+    // A level whose directory and pattern do not fit a path together lists nothing of its own.
+    const size_t nRepertoire = std::wcslen(pszRepertoire);
+    if (nRepertoire + std::wcslen(pszMotif) <= static_cast<size_t>(kMaxPath)) {
+        const bool bSuite = bPourChaqueEntree(pszRepertoire, pszMotif, bRepertoires, [&](const wchar_t* pszNom) {
+            return !bJoint(szChemin, pszRepertoire, pszNom) || pfnRappel(szChemin, pContexte) != 0;
+        });
+        if (!bSuite) return false;
+    }
+    if (!bRecursif || nRepertoire + 1 > static_cast<size_t>(kMaxPath)) return true;
+    return bPourChaqueEntree(pszRepertoire, L"*", true, [&](const wchar_t* pszNom) {
+        wchar_t szSous[knTaille];
+        return !bJoint(szSous, pszRepertoire, pszNom, L"/") ||
+               bParcours(szSous, pszMotif, pfnRappel, pContexte, bRepertoires, bRecursif);
+    });
+}
+
+// The same walk through the find primitives, for a pattern that holds a slash: the primitives
+// take what stands before its last slash as part of the directory.
+bool bParcoursRecherche(const wchar_t* pszRepertoire, const wchar_t* pszMotif, CDiskFile::PFNDOONFILE pfnRappel,
+                        void* pContexte, bool bRepertoires, bool bRecursif) noexcept {
     wchar_t szChemin[knTaille];
     CFindFile clRecherche;
     if (bJoint(szChemin, pszRepertoire, pszMotif)) {
@@ -174,7 +238,7 @@ bool bParcours(const wchar_t* pszRepertoire, const wchar_t* pszMotif, CDiskFile:
          b = clRecherche.bFindNext(nullptr)) {
         wchar_t szSous[knTaille];
         if (!bJoint(szSous, pszRepertoire, clRecherche.pszGetNom(), L"/")) continue;
-        if (!bParcours(szSous, pszMotif, pfnRappel, pContexte, bRepertoires, bRecursif)) return false;
+        if (!bParcoursRecherche(szSous, pszMotif, pfnRappel, pContexte, bRepertoires, bRecursif)) return false;
     }
     return true;
 }
@@ -191,8 +255,10 @@ bool bParcoursDepuis(const wchar_t* pszRepertoire, const wchar_t* pszMotif, CDis
         // A tree that is not there is not walked.
         if (!CDiskFile::bIsADirectory(szRepertoire)) return false;
     }
-    return bParcours(szRepertoire, pszMotif != nullptr && pszMotif[0] != 0 ? pszMotif : L"*", pfnRappel, pContexte,
-                     bRepertoires, bRecursif);
+    const wchar_t* pszMotifPris = pszMotif != nullptr && pszMotif[0] != 0 ? pszMotif : L"*";
+    if (std::wcspbrk(pszMotifPris, L"/\\") != nullptr)
+        return bParcoursRecherche(szRepertoire, pszMotifPris, pfnRappel, pContexte, bRepertoires, bRecursif);
+    return bParcours(szRepertoire, pszMotifPris, pfnRappel, pContexte, bRepertoires, bRecursif);
 }
 
 }  // namespace

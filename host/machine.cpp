@@ -508,7 +508,6 @@ struct CStandInMachine::CImpl {
     std::unordered_map<std::string, size_t> mapConstants;
     std::unordered_map<std::string, size_t> mapConstantsLower;
     CVirtualMachine clVM;
-    std::atomic<uint32_t> nSerial{0};
 
     bool bLoad(const std::string& sLibraryPath, std::string* psError);
     void Unload();
@@ -682,9 +681,15 @@ int CStandInMachine::CImpl::nFindConstant(std::string_view sName) const {
     return nLookUp(mapConstants, mapConstantsLower, sName);
 }
 
+namespace {
+// Frame words are looked up only among the calls in progress on the calling thread, so a serial
+// per thread keeps them apart, without the locked increment a shared counter costs every call.
+thread_local uint32_t t_nSerial = 0;
+}  // namespace
+
 uint32_t CStandInMachine::CImpl::dwNextFrame(size_t nGiven) {
     uint32_t nSerial16 = 0;
-    while (nSerial16 == 0) nSerial16 = (nSerial.fetch_add(1) + 1) & 0xffffu;
+    while (nSerial16 == 0) nSerial16 = ++t_nSerial & 0xffffu;
     return (nSerial16 << 16) | static_cast<uint32_t>(nGiven & 0xffffu);
 }
 

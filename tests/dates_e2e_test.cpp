@@ -1,5 +1,4 @@
-// The language's date functions through the stand-in machine and through ovrun: date-time and
-// duration arguments, the calendar service between zones, masks in French and in English.
+// The language's date functions through the stand-in machine: date-time and duration arguments, the calendar service between zones, masks in French and in English.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -10,7 +9,6 @@
 #include "host/calendar.h"
 #include "host/machine.h"
 #include "tests/machine_fixture.h"
-#include "tests/ovrun_process.h"
 #include "host/vm.h"
 
 namespace ovhost {
@@ -57,8 +55,6 @@ TEST_F(DatesEndToEnd, MasksBothWaysInEachLanguage) {
         {__LINE__, CInfoLangue::LANGUE_FRANCAIS, L"20240315", L"JJ/MM/AAAA", L"15/03/2024"},
         {__LINE__, CInfoLangue::LANGUE_FRANCAIS, L"20240315", L"JJJJ JJ MMMM AAAA", L"vendredi 15 mars 2024"},
         {__LINE__, CInfoLangue::LANGUE_FRANCAIS, L"20240815", L"JJ MMMM AAAA", L"15 août 2024"},
-        {__LINE__, CInfoLangue::LANGUE_FRANCAIS, L"20241215", L"JJ MMMM AAAA", L"15 décembre 2024"},
-        {__LINE__, CInfoLangue::LANGUE_ANGLAIS, L"20240315", L"JJ/MM/AAAA", L"15/03/2024"},
         {__LINE__, CInfoLangue::LANGUE_ANGLAIS, L"20240315", L"JJJJ JJ MMMM AAAA", L"Friday 15 March 2024"},
         {__LINE__, CInfoLangue::LANGUE_FRANCAIS, L"20240315143005", L"JJ/MM/AAAA HH:mm:SS", L"15/03/2024 14:30:05"},
     };
@@ -158,28 +154,6 @@ TEST_F(DatesEndToEnd, NowAndTheClockIntoADateTimeByReference) {
     EXPECT_EQ(tab[0].sText.substr(8, 6), stHeure.clResult.sText.substr(0, 6)) << "written back from the same reading";
     EXPECT_NE(tab[0].sText.substr(0, 4), L"1800");
 }
-
-#ifdef OVRUN_PATH
-std::string sOvrun(std::vector<std::string> tabArguments) {
-    for (const char* psz : {"DateVersChaine(\"20240315\", \"JJJJ JJ MMMM AAAA\")", "ChaineVersDate(\"15/03/2024\", \"JJ/MM/AAAA\")",
-                            "Paques(2024)", "DateHeureLocaleVersFuseau(\"20240331\", \"Nowhere/Atlantis\")"}) {
-        tabArguments.push_back("-e");
-        tabArguments.push_back(psz);
-    }
-    return ovtest::stLanceOvrun(OVRUN_PATH, tabArguments).sTexte;
-}
-
-TEST(DatesOvrun, JsonInFrenchAndEnglish) {
-    const std::string sFr = sOvrun({"--json"});
-    EXPECT_NE(sFr.find("vendredi 15 mars 2024"), std::string::npos) << sFr;
-    EXPECT_NE(sFr.find("\"20240315\""), std::string::npos) << sFr;
-    EXPECT_NE(sFr.find("\"20240331\""), std::string::npos) << sFr;
-    EXPECT_NE(sFr.find("81865"), std::string::npos) << sFr;
-    const std::string sEn = sOvrun({"--json", "--langue", "en"});
-    EXPECT_NE(sEn.find("Friday 15 March 2024"), std::string::npos) << sEn;
-    EXPECT_NE(sEn.find("\"20240315\""), std::string::npos) << sEn;
-}
-#endif
 
 }  // namespace
 }  // namespace ovhost

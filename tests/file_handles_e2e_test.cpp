@@ -332,7 +332,7 @@ TEST_F(FileHandlesEndToEnd, ARefusedOpenIsAnError) {
 }
 
 TEST_F(FileHandlesEndToEnd, OvrunWritesAndReadsAFile) {
-    const std::string sFichier = sChemin("ovrun.txt");
+    const std::string sFichier = sChemin("\u00e9t\u00e9.txt");  // the name reaches the system as UTF-8
     const ovtest::STSortieOvrun st = ovtest::stLanceOvrun(
         OVRUN_PATH, {"-e", "h = fCree(\"" + sFichier + "\", foUnicode)\nfEcritLigne(h, \"été \\u{1F600}\")\nfFerme(h)\n"
                            "h = fOuvre(\"" + sFichier + "\", 0x1001)\nfLitLigne(h)\nfTaille(h)\nfFerme(h)"});

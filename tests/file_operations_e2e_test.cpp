@@ -1,4 +1,4 @@
-// File and directory operations through the stand-in machine and ovrun: texts in every form,
+// File and directory operations through the stand-in machine: texts in every form,
 // appends, comparisons, copies and moves of awkward names, tree sizes, rights as another user,
 // and a save that fails on a full disk without losing the old file.
 #include <gtest/gtest.h>
@@ -18,9 +18,10 @@
 #include <vector>
 
 #include "host/machine.h"
+#include "host/utf8.h"
 #include "host/vm.h"
+#include "tests/child_process.h"
 #include "tests/machine_fixture.h"
-#include "tests/ovrun_process.h"
 
 namespace ovhost {
 namespace {
@@ -34,41 +35,7 @@ const std::string kTexteUTF16 = std::string("C\0a\0f\0\xe9\0 \0o\0\xf9\0 \0l\0'\
                                 std::string("\x3d\xd8\x00\xde", 4);
 
 // Names go to the library as wide text and to the system as UTF-8, whatever the test's locale.
-std::wstring sLarge(const std::string& s) {
-    std::wstring w;
-    for (size_t i = 0; i < s.size();) {
-        const auto c = static_cast<unsigned char>(s[i]);
-        const int n = c < 0x80 ? 1 : c < 0xE0 ? 2 : c < 0xF0 ? 3 : 4;
-        char32_t u = n == 1 ? c : c & (0x3F >> (n - 1));
-        for (int k = 1; k < n && i + k < s.size(); ++k) u = (u << 6) | (static_cast<unsigned char>(s[i + k]) & 0x3F);
-        w += static_cast<wchar_t>(u);
-        i += static_cast<size_t>(n);
-    }
-    return w;
-}
-
-std::string sEtroit(const std::wstring& w) {
-    std::string s;
-    for (wchar_t wc : w) {
-        const auto u = static_cast<char32_t>(wc);
-        if (u < 0x80) {
-            s += static_cast<char>(u);
-        } else if (u < 0x800) {
-            s += static_cast<char>(0xC0 | (u >> 6));
-            s += static_cast<char>(0x80 | (u & 0x3F));
-        } else if (u < 0x10000) {
-            s += static_cast<char>(0xE0 | (u >> 12));
-            s += static_cast<char>(0x80 | ((u >> 6) & 0x3F));
-            s += static_cast<char>(0x80 | (u & 0x3F));
-        } else {
-            s += static_cast<char>(0xF0 | (u >> 18));
-            s += static_cast<char>(0x80 | ((u >> 12) & 0x3F));
-            s += static_cast<char>(0x80 | ((u >> 6) & 0x3F));
-            s += static_cast<char>(0x80 | (u & 0x3F));
-        }
-    }
-    return s;
-}
+std::wstring sLarge(const std::string& s) { return sWideFromBytes(s); }
 
 class FileOperationsEndToEnd : public MachineEndToEnd {
 protected:
@@ -268,30 +235,6 @@ TEST_F(FileOperationsEndToEnd, DirectoriesCopyMoveAndDeleteWhole) {
     EXPECT_EQ(stAppel("fSupprime", {CValue::Text(wChemin("src/trois.log")), CValue::Int(1)}).clResult.nInteger, 1);
 }
 
-// Another file system when one is at hand: the move copies, then removes the source.
-TEST_F(FileOperationsEndToEnd, MovesCrossFileSystems) {
-    struct stat stIci {}, stAilleurs {};
-    if (stat(m_sDir.c_str(), &stIci) != 0 || stat("/dev/shm", &stAilleurs) != 0 || stIci.st_dev == stAilleurs.st_dev ||
-        access("/dev/shm", W_OK) != 0)
-        GTEST_SKIP() << "no second writable file system";
-    std::string sAilleurs = "/dev/shm/ovops.XXXXXX";
-    ASSERT_NE(mkdtemp(sAilleurs.data()), nullptr);
-    Ecrit(sChemin("f.txt"), "loin");
-    fs::create_directories(sChemin("arbre/sous"));
-    Ecrit(sChemin("arbre/sous/g.txt"), "profond");
-    const std::wstring sCible = sLarge(sAilleurs + "/f.txt");
-    EXPECT_EQ(stAppel("fDeplaceFichier", {CValue::Text(wChemin("f.txt")), CValue::Text(sCible)}).clResult.nInteger, 1);
-    EXPECT_EQ(sLit(sAilleurs + "/f.txt"), "loin");
-    EXPECT_FALSE(fs::exists(sChemin("f.txt")));
-    EXPECT_EQ(stAppel("fRepDeplace", {CValue::Text(wChemin("arbre")), CValue::Text(sLarge(sAilleurs + "/arbre")),
-                                      CValue::Int(1)})
-                  .clResult.nInteger,
-              1);
-    EXPECT_EQ(sLit(sAilleurs + "/arbre/sous/g.txt"), "profond");
-    EXPECT_FALSE(fs::exists(sChemin("arbre")));
-    fs::remove_all(sAilleurs);
-}
-
 // The procedure is asked after each file; its 0 stops the copy.
 TEST_F(FileOperationsEndToEnd, CopyWithProcedureAsksAfterEachFile) {
     struct CProcedures final : IProcedureHost {
@@ -484,7 +427,7 @@ TEST_F(FileOperationsEndToEnd, AttributesTimesAndExistence) {
     const STCallOutcome st = stAppel("fFichierTemp", {CValue::Text(sLarge(m_sDir)), CValue::Text(L"pr\u00e9")});
     ASSERT_FALSE(st.bError);
     EXPECT_EQ(st.clResult.sText.rfind(sLarge(m_sDir) + L"/pr\u00e9", 0), 0u);
-    EXPECT_TRUE(fs::is_regular_file(sEtroit(st.clResult.sText)));
+    EXPECT_TRUE(fs::is_regular_file(sUtf8(st.clResult.sText)));
 }
 
 TEST_F(FileOperationsEndToEnd, DirectorySearchOneNameACall) {
@@ -551,25 +494,6 @@ TEST_F(FileOperationsEndToEnd, BadInputRaisesTheNumberedErrors) {
         EXPECT_EQ(st.stError.nCode, c.nCode) << "row " << c.nLine;
     }
     EXPECT_TRUE(fs::exists(sChemin("plein/x")));
-}
-
-// ---------------------------------------------------------------- through ovrun
-
-TEST(FileOperationsOvrun, SaveLoadAndCompareFromTheCommandLine) {
-    const char* pszTmp = std::getenv("TMPDIR");
-    std::string sDir = std::string(pszTmp != nullptr && pszTmp[0] ? pszTmp : "/tmp") + "/ovrun.XXXXXX";
-    ASSERT_NE(mkdtemp(sDir.data()), nullptr);
-    const std::string sScript = "fSauveTexte(\"" + sDir + "/\u00e9t\u00e9.txt\", \"Caf\u00e9 \\u{1F600}\")\n"
-                                "fChargeTexte(\"" + sDir + "/\u00e9t\u00e9.txt\")\n"
-                                "fCompare(\"" + sDir + "/\u00e9t\u00e9.txt\", \"" + sDir + "/absent\")\n";
-    const ovtest::CSigchldRetenu clRetenu;
-    const ovtest::STSortieOvrun st = ovtest::stLanceOvrun(OVRUN_PATH, {"-e", sScript});
-    EXPECT_EQ(st.nStatus, 0) << st.sTexte;
-    EXPECT_EQ(st.sTexte.substr(0, st.sTexte.find("error")),
-              "Vrai\nCaf\xc3\xa9 \xf0\x9f\x98\x80\n-2\n");
-    EXPECT_NE(st.sTexte.find("error 80060"), std::string::npos) << st.sTexte;
-    std::error_code ec;
-    fs::remove_all(sDir, ec);
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "base/manip.h"
 #include "component/execution.h"
 #include "component/thunk.h"
 #include "host/allocator.h"
@@ -108,54 +107,6 @@ TEST_P(StringBorder, BinaryValueCrossesWithItsZeros) {
     ASSERT_EQ(cl.eKind, EValueKind::Buffer);
     EXPECT_EQ(cl.sBytes, sOctets + std::string("\x00", 1));
     allocator().ReleaseBlock(pArgument);
-}
-
-TEST_P(StringBorder, ManipRecordOfEachFormReadsAsTextOfEitherWidth) {
-    struct {
-        int nLigne;
-        void* pBloc;
-        uint16_t nType;
-    } const tab[] = {
-        {__LINE__, allocator().pvNewWideText(kFrancais), 0x10},
-        {__LINE__, allocator().pvNewBytes(kFrancaisUtf8, false), 0x13},
-        {__LINE__, allocator().pvNewBytes(kFrancaisUtf8, true), 0x1c},
-    };
-    for (const auto& st : tab) {
-        SCOPED_TRACE(st.nLigne);
-        const STManipAUB stManip{st.pBloc, st.nType};  // the vector entry is the record itself
-        const STManipAUB* pst = ovthunk::TArg<0x50>::Lit(const_cast<STManipAUB*>(&stManip));
-        CXYString<wchar_t> clW;
-        CXYString<char> clA;
-        EXPECT_EQ(std::wstring(pst->pszGetStringW(&clW)), kFrancais);
-        EXPECT_EQ(std::string(pst->pszGetStringA(&clA)), kFrancaisUtf8);
-        allocator().ReleaseBlock(st.pBloc);
-    }
-}
-
-TEST_P(StringBorder, Text0x4bResultTakesTheFormTheMachineReadsBack) {
-    struct {
-        int nLigne;
-        int nMode, nFormeEntree;
-        EValueKind eAttendu;
-    } const tab[] = {
-        {__LINE__, 0, 0, EValueKind::Text}, {__LINE__, 1, 0, EValueKind::Ansi}, {__LINE__, 1, 0x10, EValueKind::Text},
-    };
-    for (const auto& st : tab) {
-        SCOPED_TRACE(st.nLigne);
-        m_clVM.SetModeChaine(st.nMode);
-        ovthunk::PousseTexte(&m_stAppel, CXYString<wchar_t>(kFrancais.c_str()), st.nFormeEntree);
-        const CValue cl = clResultat();
-        ASSERT_EQ(cl.eKind, st.eAttendu);
-        if (st.eAttendu == EValueKind::Text)
-            EXPECT_EQ(cl.sText, kFrancais);
-        else
-            EXPECT_EQ(cl.sBytes, kFrancaisUtf8);
-    }
-    ovthunk::PousseEchec(&m_stAppel);
-    EXPECT_EQ(clResultat().eKind, EValueKind::Null);
-    CZKBIN clBinaire("\x01\x00", 2);
-    ovthunk::PousseBinaire(&m_stAppel, clBinaire);
-    EXPECT_EQ(clResultat().sBytes, std::string("\x01\x00", 2));
 }
 
 INSTANTIATE_TEST_SUITE_P(AllocatorVersions, StringBorder, ::testing::Values(1, 2),

@@ -1,16 +1,11 @@
 // Variadic calls through the stand-in machine: Max and Min read their extra arguments as variants
-// that the machine fills, and cast them with the machine's own conversions, bound through the
-// library's exported entry.
-#include <dlfcn.h>
-#include <sys/wait.h>
-
+// that the machine fills, and cast them with the machine's own conversions.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
-#include "host/conversion.h"
+#include "host/allocator.h"
 #include "host/machine.h"
 #include "tests/machine_fixture.h"
 #include "host/vm.h"
@@ -92,36 +87,6 @@ TEST_F(VariantsEndToEnd, VariadicTextsLeaveNoBlockBehind) {
     EXPECT_EQ(cl.nLiveBlocks(), nAvant);
     EXPECT_EQ(cl.nRejectedFrees(), 0);
 }
-
-TEST_F(VariantsEndToEnd, TheLibraryBindsTheMachinesConversionsThroughItsEntry) {
-    void* hLibrary = dlopen(CStandInMachine::s_sDefaultLibraryPath().c_str(), RTLD_NOW | RTLD_NOLOAD);
-    ASSERT_NE(hLibrary, nullptr);
-    auto pfnInit = reinterpret_cast<int (*)(void*, int, int)>(dlsym(hLibrary, "bInitZKConvFromVM"));
-    ASSERT_NE(pfnInit, nullptr);
-    Dl_info stInfo{};
-    ASSERT_NE(dladdr(reinterpret_cast<void*>(&nConversionDepassementExt), &stInfo), 0);
-    void* hMachine = dlopen(stInfo.dli_fname, RTLD_NOW | RTLD_NOLOAD);
-    ASSERT_NE(hMachine, nullptr);
-    EXPECT_EQ(pfnInit(hMachine, 1, 1), 0) << "a machine of version 1 is refused";
-    EXPECT_EQ(pfnInit(hMachine, 2, 3), 0) << "and so is a compat version of 3";
-    EXPECT_EQ(pfnInit(hMachine, 2, 2), 1) << "the machine exports its factory";
-    EXPECT_EQ(stCall("Max", {CValue::Int(2), CValue::Text(L"5")}).clResult.dReal, 5);
-    dlclose(hMachine);
-    dlclose(hLibrary);
-}
-
-#ifdef OVRUN_PATH
-TEST(VariantsCommandLine, MaxOfMixedArguments) {
-    FILE* pf = popen(OVRUN_PATH " -e 'Max(1, 2.5, \"3\")' -e 'Min(1, 2.5, \"3\")' -e 'Max(\"b\", \"é\")' 2>&1", "r");
-    ASSERT_NE(pf, nullptr);
-    std::string sSortie;
-    char sz[256];
-    while (fgets(sz, sizeof sz, pf) != nullptr) sSortie += sz;
-    const int nStatut = pclose(pf);
-    EXPECT_EQ(WEXITSTATUS(nStatut), 0) << sSortie;
-    EXPECT_EQ(sSortie, "3\n1\né\n");
-}
-#endif
 
 }  // namespace
 }  // namespace ovhost
