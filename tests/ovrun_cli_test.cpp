@@ -92,20 +92,6 @@ TEST_F(OvrunCli, JsonLinesForTheFirstFunctions) {
     EXPECT_NE(tabLines[4].find("99"), std::string::npos);
 }
 
-TEST_F(OvrunCli, LiteralsSurviveTheWholeRoad) {
-    STRun stResult = stRun({"--json", "-e", "\"Élève à l'école 😀\"", "-e", "x\"0A0b\"", "-e", "-2.5e-3", "-e",
-                            "0x1F", "-e", "-9223372036854775808", "-e", "Null", "-e", "Faux"});
-    ASSERT_EQ(stResult.nStatus, 0) << stResult.sErr;
-    EXPECT_EQ(stResult.sOut,
-              "{\"expr\":\"\\\"Élève à l'école 😀\\\"\",\"type\":\"text\",\"value\":\"Élève à l'école 😀\",\"error\":null}\n"
-              "{\"expr\":\"x\\\"0A0b\\\"\",\"type\":\"buffer\",\"value\":\"0a0b\",\"error\":null}\n"
-              "{\"expr\":\"-2.5e-3\",\"type\":\"real\",\"value\":-0.0025000000000000001,\"error\":null}\n"
-              "{\"expr\":\"0x1F\",\"type\":\"int\",\"value\":31,\"error\":null}\n"
-              "{\"expr\":\"-9223372036854775808\",\"type\":\"int64\",\"value\":-9223372036854775808,\"error\":null}\n"
-              "{\"expr\":\"Null\",\"type\":\"null\",\"value\":null,\"error\":null}\n"
-              "{\"expr\":\"Faux\",\"type\":\"bool\",\"value\":false,\"error\":null}\n");
-}
-
 TEST_F(OvrunCli, TextFormShowsValuesThenErrors) {
     STRun stResult = stRun({"-"}, "n = 4\nEstPair(n)\nfFerme(99)\n\"Noël\\n😀\"\n");
     ASSERT_EQ(stResult.nStatus, 0) << stResult.sErr;
