@@ -270,44 +270,43 @@ static bool _bListe(CComposanteStandard* pclThis, const wchar_t* pszChemin, cons
     return true;
 }
 
-CXYString<wchar_t> CComposanteStandard::fListeFichier(const STManipAUB* pstChemin, int nOption) {
+// The text form: the entries joined, or the null value when the listing failed.
+static CXYString<wchar_t> clListeTexte(CComposanteStandard* pclThis, const STManipAUB* pstChemin, int nOption,
+                                       EListe eListe) {
     _stCtxListeFichier stCtx;
     stCtx.dwOption = static_cast<unsigned int>(nOption);
     CXYString<wchar_t> clTampon;
     const wchar_t* pszChemin = pszCheminListe(pstChemin, &clTampon, &stCtx.dwOption);
-    if (!_bListe(this, pszChemin, nullptr, &stCtx, EListe::Fichiers)) return CXYString<wchar_t>();
+    if (!_bListe(pclThis, pszChemin, nullptr, &stCtx, eListe)) return CXYString<wchar_t>();
     return stCtx.clResultat;
+}
+
+// The procedure form: the number of entries handed to the procedure, -1 when the listing failed.
+static int nListeProcedure(CComposanteStandard* pclThis, const STManipAUB* pstChemin, const wchar_t* pszProcedure,
+                           long nPointeur, int nOption, EListe eListe) {
+    _stCtxListeFichier stCtx;
+    stCtx.dwOption = static_cast<unsigned int>(nOption);
+    stCtx.nPointeur = nPointeur;
+    CXYString<wchar_t> clTampon;
+    const wchar_t* pszChemin = pszCheminListe(pstChemin, &clTampon, &stCtx.dwOption);
+    if (!_bListe(pclThis, pszChemin, pszProcedure != nullptr ? pszProcedure : L"", &stCtx, eListe)) return -1;
+    return stCtx.nTrouve;
+}
+
+CXYString<wchar_t> CComposanteStandard::fListeFichier(const STManipAUB* pstChemin, int nOption) {
+    return clListeTexte(this, pstChemin, nOption, EListe::Fichiers);
 }
 
 int CComposanteStandard::fListeFichier(const STManipAUB* pstChemin, const wchar_t* pszProcedure, long nPointeur,
                                        int nOption) {
-    _stCtxListeFichier stCtx;
-    stCtx.dwOption = static_cast<unsigned int>(nOption);
-    stCtx.nPointeur = nPointeur;
-    CXYString<wchar_t> clTampon;
-    const wchar_t* pszChemin = pszCheminListe(pstChemin, &clTampon, &stCtx.dwOption);
-    if (!_bListe(this, pszChemin, pszProcedure != nullptr ? pszProcedure : L"", &stCtx, EListe::Fichiers))
-        return -1;
-    return stCtx.nTrouve;
+    return nListeProcedure(this, pstChemin, pszProcedure, nPointeur, nOption, EListe::Fichiers);
 }
 
 CXYString<wchar_t> CComposanteStandard::fListeRepertoire(const STManipAUB* pstChemin, int nOption) {
-    _stCtxListeFichier stCtx;
-    stCtx.dwOption = static_cast<unsigned int>(nOption);
-    CXYString<wchar_t> clTampon;
-    const wchar_t* pszChemin = pszCheminListe(pstChemin, &clTampon, &stCtx.dwOption);
-    if (!_bListe(this, pszChemin, nullptr, &stCtx, EListe::Repertoires)) return CXYString<wchar_t>();
-    return stCtx.clResultat;
+    return clListeTexte(this, pstChemin, nOption, EListe::Repertoires);
 }
 
 int CComposanteStandard::fListeRepertoire(const STManipAUB* pstChemin, const wchar_t* pszProcedure, long nPointeur,
                                           int nOption) {
-    _stCtxListeFichier stCtx;
-    stCtx.dwOption = static_cast<unsigned int>(nOption);
-    stCtx.nPointeur = nPointeur;
-    CXYString<wchar_t> clTampon;
-    const wchar_t* pszChemin = pszCheminListe(pstChemin, &clTampon, &stCtx.dwOption);
-    if (!_bListe(this, pszChemin, pszProcedure != nullptr ? pszProcedure : L"", &stCtx, EListe::Repertoires))
-        return -1;
-    return stCtx.nTrouve;
+    return nListeProcedure(this, pstChemin, pszProcedure, nPointeur, nOption, EListe::Repertoires);
 }

@@ -22,6 +22,10 @@
 #include "files/disk_file.h"
 #include "files/internal/file_copy.h"
 #include "files/internal/system_name.h"
+#include "files/internal/toolkit_error.h"
+
+using ov_files::bEchec;
+using ov_files::bReussite;
 
 namespace {
 
@@ -45,19 +49,6 @@ enum : unsigned int {
     kMsgLecture = 28003,
 };
 
-// A failure: the system error and the operation's message go into the caller's error; errno stays.
-bool bEchec(CXError* pclErreur, unsigned int nMessage, const wchar_t* pszNom) noexcept {
-    const int nErrno = errno;
-    if (pclErreur != nullptr && CDiskFile::_bOnError(false, pclErreur))
-        pclErreur->AddUserMessage(&gstMyModuleInfo8, nMessage, pszNom != nullptr ? pszNom : L"");
-    errno = nErrno;
-    return false;
-}
-
-bool bReussite(CXError* pclErreur) noexcept {
-    CDiskFile::_bOnError(true, pclErreur);
-    return true;
-}
 
 // A name for the system with backslashes made slashes; false (errno set) when it does not convert.
 #define OV_NOM_SYSTEME(clNom, pszNom)  \

@@ -16,25 +16,16 @@
 #include "files/disk_file.h"
 #include "files/internal/file_copy.h"
 #include "files/internal/system_name.h"
+#include "files/internal/toolkit_error.h"
+
+using ov_files::bEchec;
+using ov_files::bReussite;
 
 namespace {
 
 constexpr unsigned int kMsgSuppressionRepertoire = 28127;
 constexpr unsigned int kMsgCopie = 28125;
 constexpr unsigned int kMsgRenommage = 28124;
-
-bool bEchec(CXError* pclErreur, unsigned int nMessage, const wchar_t* pszNom) noexcept {
-    const int nErrno = errno;
-    if (pclErreur != nullptr && CDiskFile::_bOnError(false, pclErreur))
-        pclErreur->AddUserMessage(&gstMyModuleInfo8, nMessage, pszNom != nullptr ? pszNom : L"");
-    errno = nErrno;
-    return false;
-}
-
-bool bReussite(CXError* pclErreur) noexcept {
-    CDiskFile::_bOnError(true, pclErreur);
-    return true;
-}
 
 // The first failure of a walk that goes on past it.
 struct STBilan {

@@ -14,6 +14,10 @@
 
 #include "base/str_edit.h"
 #include "base/unicode.h"
+#include "files/internal/toolkit_error.h"
+
+using ov_files::bEchec;
+using ov_files::bReussite;
 
 namespace {
 
@@ -21,14 +25,6 @@ constexpr unsigned int kMsgFindFirst = 28135;
 constexpr unsigned int kMsgFindNext = 28136;
 constexpr unsigned int kMsgFindClose = 28137;
 constexpr int knTaille = kMaxPath + 1;
-
-bool bEchec(CXError* pclErreur, unsigned int nMessage, const wchar_t* pszNom) noexcept {
-    const int nErrno = errno;
-    if (pclErreur != nullptr && CDiskFile::_bOnError(false, pclErreur))
-        pclErreur->AddUserMessage(&gstMyModuleInfo8, nMessage, pszNom != nullptr ? pszNom : L"");
-    errno = nErrno;
-    return false;
-}
 
 bool bTermine(CXError* pclErreur) noexcept {
     CDiskFile::_bOnError(true, pclErreur);
