@@ -8,6 +8,7 @@
 #include "base/any.h"
 #include "base/manip.h"
 #include "base/xystring.h"
+#include "component/interfaces/gauge.h"
 #include "component/interfaces/machine.h"
 #include "component/interfaces/type_codes.h"
 #include "datetime/date_time.h"
@@ -74,6 +75,11 @@ template <> struct TArg<ovtype::ANY | ovtype::FLAG_BY_REFERENCE> {
 
 // A window of the machine: the entry points at the interface pointer, as at a scalar.
 template <> struct TArg<ovtype::WINDOW> : TScalarArg<IFenCommun*> {};
+// A progress gauge of the machine, or null when the caller gives none.
+template <> struct TArg<ovtype::GAUGE> {
+    using type = IJaugeExec*;
+    static IJaugeExec* Lit(void* p) { return p != nullptr ? *static_cast<IJaugeExec* const*>(p) : nullptr; }
+};
 
 // Counted values: the entry points at the machine's block pointer. The method gets a holder of its
 // own, one more reference on the same block, which it may keep or write (a write copies first).
