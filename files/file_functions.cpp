@@ -18,6 +18,7 @@
 #include "base/code_pages.h"
 #include "base/unicode.h"
 #include "component/thunk.h"
+#include "files/internal/file_copy.h"
 #include "files/internal/file_operations.h"
 
 namespace ovfichier {
@@ -127,24 +128,7 @@ bool bVersCodePage(const wchar_t* pszTexte, int nCaracteres, std::string* psSort
 
 // ---------------------------------------------------------------- writing whole files
 
-bool bEcritTout(int nFd, const std::string& s) {
-    const char* p = s.data();
-    size_t nReste = s.size();
-    while (nReste > 0) {
-        const ssize_t n = ::write(nFd, p, nReste);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        if (n == 0) {
-            errno = ENOSPC;
-            return false;
-        }
-        p += n;
-        nReste -= static_cast<size_t>(n);
-    }
-    return true;
-}
+bool bEcritTout(int nFd, const std::string& s) { return ov_files::bEcritTout(nFd, s.data(), s.size()); }
 
 // Closes and keeps the first errno of a failure.
 bool bFermeEtGarde(int nFd, bool bSucces) {

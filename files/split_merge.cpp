@@ -27,6 +27,7 @@
 #include "files/internal/file_handles_internal.h"
 #include "files/internal/file_operations.h"
 #include "files/stream.h"
+#include "files/internal/file_copy.h"
 
 namespace ovdecoupe {
 
@@ -146,23 +147,6 @@ std::string sRepertoireDe(const std::string& sChemin) {
     return n == std::string::npos ? std::string(".") : n == 0 ? std::string("/") : sChemin.substr(0, n);
 }
 
-bool bEcritTout(int nFd, const uint8_t* pby, size_t nTaille) {
-    while (nTaille > 0) {
-        const ssize_t n = write(nFd, pby, nTaille);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        if (n == 0) {
-            errno = ENOSPC;
-            return false;
-        }
-        pby += n;
-        nTaille -= static_cast<size_t>(n);
-    }
-    return true;
-}
-
 ssize_t nLit(int nFd, uint8_t* pby, size_t nTaille, int64_t oOffset) {
     for (;;) {
         const ssize_t n = oOffset < 0 ? read(nFd, pby, nTaille) : pread(nFd, pby, nTaille, oOffset);
@@ -261,7 +245,7 @@ bool CFDecoupeRegroupe::bCopie(int nSource, int64_t oSource, int64_t nOctets, in
             Echec(kErreurFinInattendue, sNomSource);
             return false;
         }
-        if (!bEcritTout(nCible, m_pbyTampon.get(), static_cast<size_t>(nLu))) {
+        if (!ov_files::bEcritTout(nCible, m_pbyTampon.get(), static_cast<size_t>(nLu))) {
             Echec(nNumeroEchec, sNomCible, errno);
             return false;
         }
