@@ -241,7 +241,7 @@ int nMonnaieDeTexte(const STNombreTexte& st, Int128* pn) {
 // A text as a number: blank text reads as zero, any other text must be a number.
 int nLitTexte(const std::wstring& s, STNombreTexte* pst) {
     if (s.find_first_not_of(L" \t") == std::wstring::npos) {
-        pst->sEntier = "0";
+        pst->sEntier.assign(1, '0');  // not = "0": g++ 12 at -O3 warns falsely on that copy
         return ANY_OK;
     }
     return bLitNombre(s, pst) ? ANY_OK : ANY_ERREUR_CONVERSION;

@@ -4,6 +4,7 @@ add_library(ovmachine SHARED
   ${CMAKE_CURRENT_LIST_DIR}/allocator.cpp
   ${CMAKE_CURRENT_LIST_DIR}/calendar.cpp
   ${CMAKE_CURRENT_LIST_DIR}/conversion.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/gauge.cpp
   ${CMAKE_CURRENT_LIST_DIR}/machine.cpp
   ${CMAKE_CURRENT_LIST_DIR}/table_reader.cpp
   ${CMAKE_CURRENT_LIST_DIR}/utf8.cpp
@@ -19,6 +20,7 @@ target_compile_options(ovmachine PRIVATE -ftls-model=initial-exec)
 ov_add_tests(host_machine_test
   SOURCES ${CMAKE_CURRENT_LIST_DIR}/table_reader_test.cpp ${CMAKE_CURRENT_LIST_DIR}/machine_test.cpp
           ${CMAKE_CURRENT_LIST_DIR}/utf8_test.cpp ${CMAKE_CURRENT_LIST_DIR}/calendar_test.cpp
+          ${CMAKE_CURRENT_LIST_DIR}/gauge_test.cpp
   LIBS ovmachine)
 # A component that stops right after the binding of the conversions, for the load's own steps.
 add_library(ov_fake_component MODULE ${CMAKE_CURRENT_LIST_DIR}/fake_component.cpp)

@@ -196,7 +196,7 @@ bool bAsWide(const CValue& v, std::wstring* ps, int* pnCost) {
 }
 
 enum class ECategory {
-    Bool, Int32, Int64, Real, Money, DateTime, Duration, WidePointer, CountedWide, Utf8, Binary, Manip, Any,
+    Bool, Int32, Int64, Real, Money, DateTime, Duration, WidePointer, CountedWide, Utf8, Binary, Manip, Any, Gauge,
     Unsupported
 };
 
@@ -223,6 +223,7 @@ ECategory eCategory(uint32_t dwType) {
         case ovtype::MANIP:
         case ovtype::MANIP2: return ECategory::Manip;
         case ovtype::ANY: return ECategory::Any;
+        case ovtype::GAUGE: return ECategory::Gauge;
         default: return ECategory::Unsupported;
     }
 }
@@ -332,6 +333,10 @@ int nFitCost(const CValue& v, uint32_t dwType) {
             ReleaseAnyView(&stAny);
             return bHeld ? 1 : -1;
         }
+        case ECategory::Gauge:
+            // The machine's one gauge, by its name; null for no gauge at all.
+            if (v.eKind == EValueKind::Null) return 4;
+            return v.eKind == EValueKind::Text && v.sText == gszGaugeNameWide ? 0 : -1;
         case ECategory::Unsupported:
             return -1;
     }
@@ -355,10 +360,11 @@ struct STSlot {
     void* pvBlock = nullptr;  // counted block held by the host: released after the call
     STManipAUB stManip{nullptr, 0};
     STAnyView stAny{};  // the entry is the variant itself; its payload is released after the call
+    IJaugeExec* piJauge = nullptr;
 };
 
 // Fills a slot from a value that nFitCost accepted, and answers the vector entry.
-void* pvFillSlot(const CValue& v, uint32_t dwType, STSlot* pst, CStrMemAllocator& clAlloc) {
+void* pvFillSlot(const CValue& v, uint32_t dwType, STSlot* pst, CStrMemAllocator& clAlloc, CJaugeMachine* pclJauge) {
     pst->e = eCategory(dwType);
     pst->bByRef = (dwType & ovtype::FLAG_BY_REFERENCE) != 0;
     STNumber stN;
@@ -426,6 +432,9 @@ void* pvFillSlot(const CValue& v, uint32_t dwType, STSlot* pst, CStrMemAllocator
         case ECategory::Any:
             bFillAnyView(v, &pst->stAny);
             return &pst->stAny;
+        case ECategory::Gauge:
+            pst->piJauge = v.eKind == EValueKind::Text ? pclJauge : nullptr;
+            return &pst->piJauge;
         case ECategory::Unsupported:
             break;
     }
@@ -477,6 +486,7 @@ CValue clReadBack(const STSlot& st, std::string* psNote) {
             bReadAnyView(&st.stAny, &cl, psNote);
             return cl;
         }
+        case ECategory::Gauge:
         case ECategory::Unsupported: break;
     }
     return CValue::Null();
@@ -508,6 +518,7 @@ struct CStandInMachine::CImpl {
     std::unordered_map<std::string, size_t> mapConstants;
     std::unordered_map<std::string, size_t> mapConstantsLower;
     CVirtualMachine clVM;
+    CJaugeMachine clJauge;
 
     bool bLoad(const std::string& sLibraryPath, std::string* psError);
     void Unload();
@@ -702,8 +713,10 @@ struct CCallResources {
     STCallContext stContext;
     std::vector<STSlot> tabSlots;
     bool bRegistered = false;
+    CJaugeMachine* pclJaugeEnCours = nullptr;  // the gauge this call was handed, until it ends
 
     ~CCallResources() {
+        if (pclJaugeEnCours != nullptr) pclJaugeEnCours->FinAppel();
         if (bRegistered) clVM.EndCall(&stContext);
         for (STSlot& st : tabSlots) {
             clAlloc.ReleaseBlock(st.pvBlock);
@@ -780,8 +793,13 @@ bool CStandInMachine::CImpl::bCall(std::string_view sName, std::vector<CValue>& 
     const size_t nFixed = stO.tabArguments.size();
     clRes.tabSlots.resize(nFixed);  // never resized again: the vector points into it
     std::vector<void*> tabVector(nFixed + 1, nullptr);
-    for (size_t i = 0; i < nFixed; ++i)
-        tabVector[i] = pvFillSlot(tabArguments[i], stO.tabArguments[i], &clRes.tabSlots[i], clAlloc);
+    for (size_t i = 0; i < nFixed; ++i) {
+        tabVector[i] = pvFillSlot(tabArguments[i], stO.tabArguments[i], &clRes.tabSlots[i], clAlloc, &clJauge);
+        if (clRes.tabSlots[i].piJauge != nullptr && clRes.pclJaugeEnCours == nullptr) {
+            clJauge.DebutAppel(stTables.tabFunctions[nRow].sName);
+            clRes.pclJaugeEnCours = &clJauge;
+        }
+    }
     clRes.stContext.dwFrame = dwNextFrame(nGiven);
     clRes.stContext.tabExtraArguments.assign(tabArguments.begin() + static_cast<std::ptrdiff_t>(nFixed),
                                              tabArguments.end());
@@ -794,6 +812,10 @@ bool CStandInMachine::CImpl::bCall(std::string_view sName, std::vector<CValue>& 
     STZKAppel* pstPrevious = piLibrary->ChangeContexteAppel(&stAppel);
     const int nThunk = pfnThunk(&stAppel, piLibrary, tabVector.data());
     piLibrary->ChangeContexteAppel(pstPrevious);
+    if (clRes.pclJaugeEnCours != nullptr) {
+        clRes.pclJaugeEnCours->FinAppel();
+        clRes.pclJaugeEnCours = nullptr;
+    }
 
     STCallOutcome stOut;
     for (size_t i = 0; i < nFixed; ++i) {
@@ -853,12 +875,25 @@ bool CStandInMachine::bLoaded() const { return m_pclImpl->piLibrary != nullptr; 
 std::string CStandInMachine::s_sDefaultLibraryPath() {
     const char* psz = std::getenv("OV200STD64");
     if (psz != nullptr && *psz != 0) return psz;
+    auto sDossier = [](const std::string& s) {
+        const size_t nSlash = s.rfind('/');
+        return nSlash == std::string::npos ? std::string(".") : s.substr(0, nSlash);
+    };
+    // Beside the program first: a build tree keeps ovrun, the tests and the library together.
+    std::string sBesideProgram = "ov200std64.so";
     char sz[4096];
     const ssize_t n = readlink("/proc/self/exe", sz, sizeof sz - 1);
-    if (n <= 0) return "ov200std64.so";
-    std::string s(sz, static_cast<size_t>(n));
-    const size_t nSlash = s.rfind('/');
-    return (nSlash == std::string::npos ? std::string(".") : s.substr(0, nSlash)) + "/ov200std64.so";
+    if (n > 0) {
+        sBesideProgram = sDossier(std::string(sz, static_cast<size_t>(n))) + "/ov200std64.so";
+        if (access(sBesideProgram.c_str(), F_OK) == 0) return sBesideProgram;
+    }
+    // Installed, the component lives in the machine's own library folder, beside this library.
+    Dl_info stInfo{};
+    if (dladdr(reinterpret_cast<void*>(&MachineModuleAnchor), &stInfo) != 0 && stInfo.dli_fname != nullptr) {
+        const std::string sBesideMachine = sDossier(stInfo.dli_fname) + "/ov200std64.so";
+        if (access(sBesideMachine.c_str(), F_OK) == 0) return sBesideMachine;
+    }
+    return sBesideProgram;
 }
 
 const std::vector<STFunctionInfo>& CStandInMachine::tabFunctions() const { return m_pclImpl->stTables.tabFunctions; }
@@ -902,6 +937,7 @@ const std::string& CStandInMachine::sLoadNote() const { return m_pclImpl->sLoadN
 void CStandInMachine::SetModeChaine(int nMode) { m_pclImpl->clVM.SetModeChaine(nMode); }
 void CStandInMachine::SetProcedureHost(IProcedureHost* piProcedures) { m_pclImpl->clVM.SetProcedureHost(piProcedures); }
 void CStandInMachine::ArmeInterruption(int nApres) { m_pclImpl->clVM.ArmeInterruption(nApres); }
+CJaugeMachine& CStandInMachine::clJauge() { return m_pclImpl->clJauge; }
 
 const STFunctionInfo* CStandInMachine::pstFindFunction(std::string_view sName) const {
     const int n = m_pclImpl->nFindFunction(sName);

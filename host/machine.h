@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "component/interfaces/machine.h"
+#include "host/gauge.h"
 #include "host/value.h"
 
 namespace ovhost {
@@ -122,6 +123,10 @@ public:
     // interruption: the nApres-th check from now answers that the user stopped (0 disarms).
     void SetProcedureHost(IProcedureHost* piProcedures);
     void ArmeInterruption(int nApres);
+    // The machine's progress gauge, which a call receives for a gauge argument given as the text
+    // gszGaugeName (a null value gives the function no gauge). It records every report; the
+    // caller may have it drawn.
+    CJaugeMachine& clJauge();
 
     // Picks an overload by argument count and types, converts, calls the thunk, reads the result
     // pushed through SetRetour and the error object. By-reference arguments are written back into

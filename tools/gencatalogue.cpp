@@ -538,17 +538,19 @@ int main(int argc, char** argv) {
               "namespace {\n\n";
     // Shared signatures: result word, argument words, one zero byte; identical ones stored once.
     std::vector<uint8_t> tabSignatures;
-    std::map<std::vector<uint8_t>, size_t> mapSignature;
+    // Keyed by the bytes as a string: g++ 12 at -O3 warns falsely inside the ordering of vectors.
+    std::map<std::string, size_t> mapSignature;
     auto SignatureOffset = [&](const STOverload& o) {
         std::vector<uint8_t> sig;
         PutLE(sig, o.dwResult, 4);
         for (uint32_t a : o.tabArgs) PutLE(sig, a, 4);
         sig.push_back(0);
-        auto it = mapSignature.find(sig);
+        const std::string sCle(sig.begin(), sig.end());
+        auto it = mapSignature.find(sCle);
         if (it != mapSignature.end()) return it->second;
         size_t n = tabSignatures.size();
         tabSignatures.insert(tabSignatures.end(), sig.begin(), sig.end());
-        mapSignature.emplace(sig, n);
+        mapSignature.emplace(sCle, n);
         return n;
     };
     std::ostringstream overloads;

@@ -5,6 +5,6 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 "$root/tools/bootstrap.sh"
 # Paths relative to the tree, so that ccache serves a fresh clone from earlier builds.
 export CCACHE_BASEDIR="$root"
-cmake -S "$root" -B "$root/build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake -S "$root" -B "$root/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DOV_WERROR=ON >/dev/null
 ninja -C "$root/build" ovrun ov200std64 >/dev/null
 exec "$root/build/ovrun" "$@"
