@@ -49,15 +49,78 @@ std::wstring sFormateNombre(uint64_t n) {
     return s;
 }
 
+namespace {
+
+// How common a byte is in ordinary files, roughly (higher: more common). Letters, blanks and zeros
+// fill text and binary files alike; bytes above 0x7F and control bytes are the rarest in text.
+int nFrequence(uint8_t c) {
+    if (c == ' ' || c == 0) return 9;
+    if (c >= 'a' && c <= 'z') return std::strchr("etaoinsrhldcu", c) != nullptr ? 8 : 7;
+    if (c == '\n' || c == '\r' || c == '\t' || c == 0xFF) return 6;
+    if ((c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z')) return 5;
+    if (c < 0x20 || c >= 0x7F) return 2;
+    return 4;  // punctuation
+}
+
+// Finds the needle in a block. memchr on the needle's rarest byte runs at the speed of memory, and
+// each candidate is checked whole; where that byte proves common in this data (more than one false
+// candidate in kEcartFaux bytes), memmem (two-way, linear) takes over for the rest of the search.
+// Needles longer than kTailleFiltreMax go to memmem at once: a candidate's check must stay short
+// for the filter to stay linear.
+class CChercheur {
+public:
+    CChercheur(const uint8_t* pbyTexte, size_t nTaille) : m_pbyTexte(pbyTexte), m_nTaille(nTaille) {
+        m_bMemmem = nTaille > kTailleFiltreMax;
+        for (size_t i = 1; i < nTaille && !m_bMemmem; ++i)
+            if (nFrequence(pbyTexte[i]) <= nFrequence(pbyTexte[m_nRare])) m_nRare = i;
+    }
+
+    const uint8_t* pbyCherche(const uint8_t* pby, size_t n) {
+        if (n < m_nTaille) return nullptr;
+        if (m_bMemmem) return static_cast<const uint8_t*>(memmem(pby, n, m_pbyTexte, m_nTaille));
+        const uint8_t cRare = m_pbyTexte[m_nRare];
+        const uint8_t* p = pby + m_nRare;
+        const uint8_t* const pFin = pby + n - (m_nTaille - 1 - m_nRare);  // past the rare byte's last place
+        size_t nFaux = 0;
+        while (p < pFin) {
+            const auto* q = static_cast<const uint8_t*>(std::memchr(p, cRare, static_cast<size_t>(pFin - p)));
+            if (q == nullptr) return nullptr;
+            const uint8_t* pCandidat = q - m_nRare;
+            if (std::memcmp(pCandidat, m_pbyTexte, m_nTaille) == 0) return pCandidat;
+            p = q + 1;
+            if (++nFaux >= kFauxMinimum && nFaux * kEcartFaux > static_cast<size_t>(p - pby)) {
+                // Every place before pCandidat + 1 is ruled out, so the first hit from there is the first.
+                m_bMemmem = true;
+                const uint8_t* pReste = pCandidat + 1;
+                return static_cast<const uint8_t*>(memmem(pReste, static_cast<size_t>(pby + n - pReste), m_pbyTexte, m_nTaille));
+            }
+        }
+        return nullptr;
+    }
+
+private:
+    static constexpr size_t kTailleFiltreMax = 256;
+    static constexpr size_t kFauxMinimum = 16;
+    static constexpr size_t kEcartFaux = 64;
+
+    const uint8_t* m_pbyTexte;
+    size_t m_nTaille;
+    size_t m_nRare = 0;
+    bool m_bMemmem = false;
+};
+
+}  // namespace
+
 int64_t oRecherche(IXStream* piFlux, const uint8_t* pbyTexte, size_t nTaille, int64_t oDebut, size_t nTailleBloc) {
     // The block holds the last nTaille - 1 bytes of the one before, then up to nTailleBloc new
-    // ones; memmem is linear (two-way), so the whole scan is linear in the file.
+    // ones, so a hit across an edge is seen once whole and the first hit is the lowest offset.
     // A start at or past the end finds nothing; some streams refuse to seek there.
     const long oTailleFlux = piFlux->oGetSize();
     if (oTailleFlux >= 0 && (oDebut >= oTailleFlux || static_cast<uint64_t>(oTailleFlux - oDebut) < nTaille)) return -1;
     const size_t nGarde = nTaille - 1;
     std::unique_ptr<uint8_t[]> pby(new (std::nothrow) uint8_t[nTailleBloc + nGarde]);
     if (!pby) return -2;
+    CChercheur clChercheur(pbyTexte, nTaille);
     size_t nRempli = 0;           // bytes kept from the block before
     int64_t oLecture = oDebut;    // file offset of the next byte to read
     for (;;) {
@@ -67,9 +130,8 @@ int64_t oRecherche(IXStream* piFlux, const uint8_t* pbyTexte, size_t nTaille, in
         if (nLu == 0) return -1;
         oLecture += nLu;
         nRempli += nLu;
-        const void* p = memmem(pby.get(), nRempli, pbyTexte, nTaille);
-        if (p != nullptr)
-            return oLecture - static_cast<int64_t>(nRempli) + (static_cast<const uint8_t*>(p) - pby.get());
+        const uint8_t* p = clChercheur.pbyCherche(pby.get(), nRempli);
+        if (p != nullptr) return oLecture - static_cast<int64_t>(nRempli) + (p - pby.get());
         const size_t nReste = nRempli < nGarde ? nRempli : nGarde;
         std::memmove(pby.get(), pby.get() + nRempli - nReste, nReste);
         nRempli = nReste;

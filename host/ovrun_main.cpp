@@ -1,5 +1,7 @@
 // ovrun: runs statements against the standard-functions library through the stand-in machine and
 // prints their results as text or JSON; lists and describes the library's functions.
+#include <unistd.h>
+
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -40,6 +42,10 @@ const char gszUsage[] =
     "  --langue fr|en    the machine's language for date texts and masks (default: fr)\n"
     "  --interruption N  the user stops the program at the N-th check a function makes\n"
     "  -h, --help        this text\n"
+    "\n"
+    "Two names are the machine's own: the procedure Trace prints each call a function makes of\n"
+    "it and goes on; the gauge Jauge, given as a function's gauge argument, shows its progress on\n"
+    "standard error when that is a terminal: fDecoupe(\"big.bin\", 1000000, \"part\", 0, Jauge).\n"
     "\n"
     "Exit status: 0 when every statement ran (language errors are results), 1 when a call\n"
     "could not be made, 2 when the script or the library was refused.\n";
@@ -334,6 +340,8 @@ int nMain(int nArgc, char** ppszArgv) {
         return gnExitRefused;
     }
 
+    // Declared before the machine, which points at it until it is gone.
+    CDessinJauge clDessinJauge(STDERR_FILENO);
     CStandInMachine clMachine;
     const std::string sLibraryPath =
         stOptions.bLibrary ? stOptions.sLibraryPath : CStandInMachine::s_sDefaultLibraryPath();
@@ -345,6 +353,9 @@ int nMain(int nArgc, char** ppszArgv) {
     if (!clMachine.sLoadNote().empty()) WriteError("ovrun: note: " + clMachine.sLoadNote());
     clMachine.SetModeChaine(stOptions.nModeChaine);
     clMachine.ArmeInterruption(stOptions.nInterruption);
+    // The gauge is drawn, not kept: a session may copy many gigabytes.
+    clMachine.clJauge().SetEnregistre(false);
+    clMachine.clJauge().SetDessin(&clDessinJauge);
     if (stOptions.bList) return nList(clMachine);
     if (stOptions.bDescribe) return nDescribe(clMachine, stOptions.sDescribeName);
 

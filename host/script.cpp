@@ -591,6 +591,9 @@ private:
         if (sName == gszRecorderName || m_setProcedures.count(sName) != 0)
             return bFail(pstStatement->nLine, pstStatement->nColumn, "procedure " + sName + " is already defined",
                          pstError);
+        if (sName == gszGaugeName)
+            return bFail(pstStatement->nLine, pstStatement->nColumn,
+                         sName + " is the machine's gauge and cannot name a procedure", pstError);
         if (m_piHost->pstFindFunction(sName) != nullptr || m_piHost->pstFindConstant(sName) != nullptr)
             return bFail(pstStatement->nLine, pstStatement->nColumn,
                          sName + " is a name of the library and cannot name a procedure", pstError);
@@ -621,7 +624,9 @@ private:
             pstExpression->eKind = EExpressionKind::Variable;
             return true;
         }
-        if (pstExpression->sName == gszRecorderName || m_setProcedures.count(pstExpression->sName) != 0) {
+        // The recorder, a procedure and the machine's gauge are handed to a function by name.
+        if (pstExpression->sName == gszRecorderName || pstExpression->sName == gszGaugeName ||
+            m_setProcedures.count(pstExpression->sName) != 0) {
             pstExpression->eKind = EExpressionKind::Literal;
             pstExpression->clValue = CValue::Text(sWideFromBytes(pstExpression->sName));
             return true;

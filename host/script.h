@@ -1,7 +1,8 @@
 // The statement language of ovrun: one statement a line, literals, variables, the library's
 // constants, nested calls of its functions, and small procedures that the library's callback forms
-// call (`procedure Garde(rep, nom) = Vrai`), beside the built-in recorder `Trace`. A script is tokenized, parsed and resolved against
-// the library as a whole before anything runs, so a mistake on any line runs nothing.
+// call (`procedure Garde(rep, nom) = Vrai`), beside the built-in recorder `Trace` and the machine's
+// progress gauge `Jauge`. A script is tokenized, parsed and resolved against the library as a whole
+// before anything runs, so a mistake on any line runs nothing.
 #pragma once
 
 #include <map>

@@ -371,6 +371,7 @@ TEST(ScriptProcedure, RefusesMalformedOrClashingDefinitionsBeforeRunning) {
         {__LINE__, "Parcours(P, 1)\nprocedure P(a) = Vrai", 1, 10, "unknown name 'P'"},
         {__LINE__, "procedure P() = 1\nprocedure P() = 2", 2, 1, "already defined"},
         {__LINE__, "procedure Trace() = 1", 1, 1, "already defined"},
+        {__LINE__, "procedure Jauge(n) = 1", 1, 1, "machine's gauge"},
         {__LINE__, "procedure RVB(a) = a", 1, 1, "name of the library"},
         {__LINE__, "procedure P(a) = RVB(a)", 1, 18, "RVB takes 3 arguments"},
     };

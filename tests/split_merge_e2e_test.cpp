@@ -1,12 +1,16 @@
 // Cutting, joining and searching files through the stand-in machine: pieces against the system's
-// split, joins against the source, hits against a plain scan of the bytes, and failures.
+// split, joins against the source, hits against a plain scan of the bytes, failures, and the
+// machine's progress gauge as the library drives it and as ovrun draws it on a terminal.
 #include <gtest/gtest.h>
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -15,8 +19,10 @@
 #include <string>
 #include <vector>
 
+#include "files/split_merge.h"
 #include "tests/child_process.h"
 #include "tests/machine_fixture.h"
+#include "tests/ovrun_process.h"
 
 namespace ovhost {
 namespace {
@@ -225,24 +231,150 @@ TEST_F(SplitMergeEndToEnd, JoiningStopsAtTheFirstGap) {
     EXPECT_EQ(sLit(sChemin("tout")), "abcd");
 }
 
+// The report of the one call that was handed the gauge: its range, and positions that start at 0,
+// never go down and end at 1,000.
+void ExpectProgression(const CJaugeMachine& clJauge, const char* pszFonction, bool bEntreDeux, int nLigne) {
+    ASSERT_EQ(clJauge.tabAppels().size(), 1u) << "row " << nLigne;
+    const STJaugeAppel& st = clJauge.tabAppels()[0];
+    EXPECT_EQ(st.sFonction, pszFonction) << "row " << nLigne;
+    EXPECT_EQ(st.nInitialisations, 1) << "row " << nLigne;
+    EXPECT_EQ(st.nMin, 0) << "row " << nLigne;
+    EXPECT_EQ(st.nMax, 1000) << "row " << nLigne;
+    ASSERT_FALSE(st.tabPositions.empty()) << "row " << nLigne;
+    EXPECT_EQ(st.tabPositions.front(), 0) << "row " << nLigne << " " << pszFonction;
+    EXPECT_EQ(st.tabPositions.back(), 1000) << "row " << nLigne << " " << pszFonction;
+    for (size_t i = 1; i < st.tabPositions.size(); ++i)
+        ASSERT_LE(st.tabPositions[i - 1], st.tabPositions[i]) << "row " << nLigne << " " << pszFonction << " at " << i;
+    // A copy of several blocks shows where it stands between the two ends.
+    if (bEntreDeux) {
+        EXPECT_TRUE(std::any_of(st.tabPositions.begin(), st.tabPositions.end(), [](int n) { return n > 0 && n < 1000; }))
+            << "row " << nLigne << " " << pszFonction;
+    }
+}
+
+TEST_F(SplitMergeEndToEnd, GaugeRisesFromZeroToAThousandForAnySize) {
+    struct {
+        int nLine;
+        size_t nTailleFichier;
+        int64_t nTaillePiece;
+        int nAttendu;
+    } const tabCas[] = {
+        {__LINE__, 0, 10, 1},
+        {__LINE__, 10, 1000, 1},
+        {__LINE__, 1, 1, 1},
+        {__LINE__, 200001, 65536, 4},    // several pieces, several blocks each
+        {__LINE__, 3000000, 1000000, 3},  // per-mille of sizes above 1,000 bytes
+    };
+    const CValue clJauge = CValue::Text(L"Jauge");
+    for (const auto& c : tabCas) {
+        std::filesystem::remove_all(m_sRep);
+        std::filesystem::create_directory(m_sRep);
+        Ecrit(sChemin("Ã©tÃ©"), sAleatoire(c.nTailleFichier, 5));
+        m_cl.clJauge().Efface();
+        EXPECT_EQ(stCall("fDecoupe", {Nom("Ã©tÃ©"), CValue::Int64(c.nTaillePiece), Nom("p"), CValue::Int(0), clJauge})
+                      .clResult.nInteger, c.nAttendu) << "row " << c.nLine;
+        ExpectProgression(m_cl.clJauge(), "fDecoupe", c.nTailleFichier > 65536, c.nLine);
+        m_cl.clJauge().Efface();
+        EXPECT_EQ(stCall("fRegroupe", {Nom("p"), Nom("joint"), CValue::Int(1), clJauge}).clResult.nInteger, c.nAttendu)
+            << "row " << c.nLine;
+        ExpectProgression(m_cl.clJauge(), "fRegroupe", c.nTailleFichier > 65536, c.nLine);
+    }
+    // A null gauge is no gauge; a text that names no gauge of the machine is no call at all.
+    m_cl.clJauge().Efface();
+    EXPECT_EQ(stCall("fDecoupe", {Nom("joint"), CValue::Int64(10000000), Nom("q"), CValue::Int(0), CValue::Null()})
+                  .clResult.nInteger, 1);
+    EXPECT_TRUE(m_cl.clJauge().tabAppels().empty());
+    EXPECT_NE(sRefused("fDecoupe", {Nom("joint"), CValue::Int64(10), Nom("r"), CValue::Int(0), CValue::Text(L"Autre")})
+                  .find("gauge"), std::string::npos);
+}
+
+TEST_F(SplitMergeEndToEnd, OvrunDrawsTheGaugeOnATerminalOnly) {
+    Ecrit(sChemin("f"), sAleatoire(200000, 9));
+    const std::vector<std::string> tabArgs = {"-e", "fDecoupe(\"" + sChemin("f") + "\", 65536, \"" + sChemin("p") + "\", 0, Jauge)",
+                                              "-e", "fRegroupe(\"" + sChemin("p") + "\", \"" + sChemin("j") + "\", 1, Jauge)"};
+    // Standard error on a pseudo-terminal, raw so that it hands back the bytes as written.
+    const int nMaitre = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(nMaitre, 0);
+    ASSERT_TRUE(grantpt(nMaitre) == 0 && unlockpt(nMaitre) == 0);
+    const int nEsclave = open(ptsname(nMaitre), O_RDWR | O_NOCTTY);
+    ASSERT_GE(nEsclave, 0);
+    struct termios stTerminal {};
+    ASSERT_EQ(tcgetattr(nEsclave, &stTerminal), 0);
+    cfmakeraw(&stTerminal);
+    ASSERT_EQ(tcsetattr(nEsclave, TCSANOW, &stTerminal), 0);
+    int anSortie[2];
+    ASSERT_EQ(pipe(anSortie), 0);
+    std::vector<char*> tabArgv = {const_cast<char*>(OVRUN_PATH)};
+    for (const std::string& s : tabArgs) tabArgv.push_back(const_cast<char*>(s.c_str()));
+    tabArgv.push_back(nullptr);
+    std::string sSortie, sTerminal;
+    int nStatut = 0;
+    {
+        ovtest::CSigchldRetenu clRetenu;
+        const pid_t nPid = fork();
+        ASSERT_GE(nPid, 0);
+        if (nPid == 0) {
+            dup2(anSortie[1], 1);
+            dup2(nEsclave, 2);
+            execv(OVRUN_PATH, tabArgv.data());
+            _exit(127);
+        }
+        close(nEsclave);
+        close(anSortie[1]);
+        char sz[4096];
+        for (ssize_t n; (n = read(anSortie[0], sz, sizeof sz)) > 0;) sSortie.append(sz, static_cast<size_t>(n));
+        // Once the program is gone the terminal answers what it holds, then an error.
+        ASSERT_EQ(waitpid(nPid, &nStatut, 0), nPid);
+        for (ssize_t n; (n = read(nMaitre, sz, sizeof sz)) > 0;) sTerminal.append(sz, static_cast<size_t>(n));
+    }
+    close(anSortie[0]);
+    close(nMaitre);
+    ASSERT_TRUE(WIFEXITED(nStatut) && WEXITSTATUS(nStatut) == 0) << sTerminal;
+    EXPECT_EQ(sSortie, "4\n4\n");
+    const std::string sDebutDecoupe = "\r fDecoupe   0.0 %", sFinDecoupe = "\r fDecoupe 100.0 %\n";
+    const std::string sDebutRegroupe = "\r fRegroupe   0.0 %", sFinRegroupe = "\r fRegroupe 100.0 %\n";
+    const size_t nCoupure = sTerminal.find('\n') + 1;
+    const std::string sDecoupe = sTerminal.substr(0, nCoupure), sRegroupe = sTerminal.substr(nCoupure);
+    EXPECT_EQ(sDecoupe.rfind(sDebutDecoupe, 0), 0u) << sTerminal;
+    EXPECT_TRUE(sDecoupe.size() > sFinDecoupe.size() && sDecoupe.ends_with(sFinDecoupe)) << sTerminal;
+    EXPECT_EQ(sRegroupe.rfind(sDebutRegroupe, 0), 0u) << sTerminal;
+    EXPECT_TRUE(sRegroupe.ends_with(sFinRegroupe)) << sTerminal;
+    EXPECT_EQ(std::count(sRegroupe.begin(), sRegroupe.end(), '\n'), 1) << sTerminal;
+    // Each redraw shows a new value: no line is drawn twice in a row.
+    std::vector<std::string> tabLignes;
+    for (size_t i = 0; i < sTerminal.size();) {
+        const size_t j = sTerminal.find('\r', i + 1);
+        tabLignes.push_back(sTerminal.substr(i, j == std::string::npos ? j : j - i));
+        i = j == std::string::npos ? sTerminal.size() : j;
+    }
+    EXPECT_EQ(std::adjacent_find(tabLignes.begin(), tabLignes.end()), tabLignes.end()) << sTerminal;
+
+    // With standard error redirected, nothing but the results.
+    std::filesystem::remove(sChemin("j"));
+    const ovtest::STSortieOvrun st = ovtest::stLanceOvrun(OVRUN_PATH, tabArgs);
+    EXPECT_EQ(st.nStatus, 0);
+    EXPECT_EQ(st.sTexte, "4\n4\n");
+}
+
 TEST_F(SplitMergeEndToEnd, SearchAgreesWithAPlainScanAcrossBlockEdges) {
     // Few distinct bytes, so that partial hits abound at every block edge.
-    std::string sFichier = sAleatoire(250000, 11);
+    constexpr size_t kBloc = ovdecoupe::kTailleBlocRecherche;
+    std::string sFichier = sAleatoire(3 * kBloc + 10000, 11);
     for (char& c : sFichier) c = static_cast<char>('a' + (static_cast<unsigned char>(c) % 3));
-    sFichier.replace(200000, 6, "aaaaab");
+    sFichier.replace(2 * kBloc + 40000, 6, "aaaaab");
     Ecrit(sChemin("h"), sFichier);
     const int nHandle = static_cast<int>(stCall("fOuvre", {Nom("h"), CValue::Int(1)}).clResult.nInteger);
     ASSERT_GT(nHandle, 1);
     stCall("fPositionne", {CValue::Int(nHandle), CValue::Int64(1234)});
     std::vector<std::pair<std::string, int64_t>> tabCas;
-    for (size_t oBord : {80000u, 160000u, 240000u})
+    for (size_t oBord : {kBloc, 2 * kBloc, 3 * kBloc})
         for (size_t nAvant : {1u, 7u, 40u})
             for (int64_t oDepart : {int64_t{0}, static_cast<int64_t>(oBord - 100)})
                 tabCas.push_back({sFichier.substr(oBord - nAvant, 50), oDepart});
     tabCas.push_back({std::string(30, 'a') + "b", 0});
-    tabCas.push_back({"aaaaab", 199999});
-    tabCas.push_back({"aaaaab", 200001});
-    tabCas.push_back({sFichier.substr(249990), 0});
+    tabCas.push_back({"aaaaab", 2 * kBloc + 39999});
+    tabCas.push_back({"aaaaab", 2 * kBloc + 40001});
+    tabCas.push_back({sFichier.substr(sFichier.size() - 10), 0});
     tabCas.push_back({"zz", 0});
     for (const auto& [sAiguille, oDepart] : tabCas) {
         const int64_t oAttendu = static_cast<int64_t>(sFichier.find(sAiguille, static_cast<size_t>(oDepart)));
@@ -252,6 +384,37 @@ TEST_F(SplitMergeEndToEnd, SearchAgreesWithAPlainScanAcrossBlockEdges) {
     EXPECT_EQ(stCall("fPositionne", {CValue::Int(nHandle), CValue::Int64(0), CValue::Int(1)}).clResult.nInteger, 1234)
         << "the handle's position is kept";
     stCall("fFerme", {CValue::Int(nHandle)});
+}
+
+TEST_F(SplitMergeEndToEnd, SearchFindsTheFirstHitAmongDecoysOfTheNeedlesRareBytes) {
+    // Text with near misses of the needle (its non-ASCII bytes in place, one other byte changed),
+    // from none to one every few bytes, and the needle itself across the edge of the first block.
+    constexpr size_t kBloc = ovdecoupe::kTailleBlocRecherche;
+    const std::string sAiguille = "No\xc3\xabl \xc3\xa0 l'\xc3\xa9" "cole \xf0\x9f\x98\x80";
+    struct {
+        int nLine;
+        size_t nEcart;  // between near misses; 0: none
+    } const tabCas[] = {{__LINE__, 0}, {__LINE__, 5000}, {__LINE__, 70}, {__LINE__, 30}, {__LINE__, 1}};
+    for (const auto& c : tabCas) {
+        std::string sFichier = sAleatoire(2 * kBloc + 5000, static_cast<unsigned>(c.nLine));
+        for (char& ch : sFichier) ch = static_cast<char>('a' + static_cast<unsigned char>(ch) % 26);
+        for (size_t o = 0, n = 0; c.nEcart > 0 && o + sAiguille.size() < sFichier.size(); o += c.nEcart + sAiguille.size(), ++n) {
+            std::string sLeurre = sAiguille;
+            sLeurre[n % 2 == 0 ? 0 : sLeurre.size() / 2] = 'x';
+            sFichier.replace(o, sLeurre.size(), sLeurre);
+        }
+        const size_t oVrai = kBloc - 9;
+        sFichier.replace(oVrai, sAiguille.size(), sAiguille);
+        sFichier.replace(sFichier.size() - sAiguille.size(), sAiguille.size(), sAiguille);
+        Ecrit(sChemin("d"), sFichier);
+        const int nHandle = static_cast<int>(stCall("fOuvre", {Nom("d"), CValue::Int(1)}).clResult.nInteger);
+        for (size_t oDepart : {size_t{0}, oVrai, oVrai + 1, kBloc + 3}) {
+            const int64_t oAttendu = static_cast<int64_t>(sFichier.find(sAiguille, oDepart));
+            EXPECT_EQ(stCall("fCherche", {CValue::Int(nHandle), CValue::Buffer(sAiguille), CValue::Int64(static_cast<int64_t>(oDepart))})
+                          .clResult.nInteger, oAttendu) << "row " << c.nLine << " from " << oDepart;
+        }
+        stCall("fFerme", {CValue::Int(nHandle)});
+    }
 }
 
 TEST_F(SplitMergeEndToEnd, SearchTakesWideTextAsItsBytesAndChecksItsHandle) {

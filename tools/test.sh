@@ -17,6 +17,7 @@ trap 'rm -rf "$TMPDIR"' EXIT
 cmake -S "$root" -B "$root/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DOV_WERROR=ON
 ninja -C "$root/build" -j "$jobs"
 ctest --test-dir "$root/build" -j "$jobs" --output-on-failure
+"$root/tools/package_check.sh" "$root/build"
 
 cmake -S "$root" -B "$root/build-asan" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DOV_WERROR=ON -DOV_SANITIZE=ON -DOV_BENCH=OFF
 ninja -C "$root/build-asan" -j "$jobs"
