@@ -93,8 +93,6 @@ private:
     void _AgrandirDicoAuBesoin(uint32_t dwCode);
     // Adds (prefix, character) at the next free code; false when the probes find no free slot.
     bool _bAjouteDico(uint32_t dwPrefixe, uint8_t byCaractere, uint32_t dwSlot) noexcept;
-    // Writes the string of a code, last character first, into pbyFin - length .. pbyFin.
-    static void _ExtraitRetourne(const STEntreeDecodage* pstTable, uint32_t dwCode, uint8_t* pbyFin) noexcept;
 
     std::vector<uint32_t> m_tabDico;     // code -> prefix << 8 | character, grown on demand
     std::unique_ptr<uint16_t[]> m_pwHash;  // 131,072 slots holding a code, 0 for free

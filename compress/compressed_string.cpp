@@ -213,11 +213,14 @@ CZKBIN CComposanteStandard::Compresse(const STManipAUB* pstValeur, int nMethode)
     return clVersBuffer(this, tab);
 }
 
+// The form of methods 0 and 1 starts with the byte 2; a packed text stream never does (its first
+// digit would be a shift to the charset it starts in), so a buffer of method 2 is read as one.
 void CComposanteStandard::Decompresse(CZKBIN clBuffer) {
     STZKAppel* pstAppel = pstGetAppel();
     std::vector<uint8_t> tab;
+    const int nMethode = clBuffer.nGetTaille() > 0 && clBuffer.pbyGet()[0] != 0x02 ? 2 : 0;
     const int nResultat = ovcompresse::_ChaineDecompresse(&tab, clBuffer.pbyGet(),
-                                                          static_cast<size_t>(clBuffer.nGetTaille()), 0);
+                                                          static_cast<size_t>(clBuffer.nGetTaille()), nMethode);
     if (!bRapporte(this, nResultat)) {
         if (pstAppel != nullptr) ovthunk::PousseEchec(pstAppel);
         return;

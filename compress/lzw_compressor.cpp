@@ -44,11 +44,10 @@ inline uint32_t dwSonde(uint32_t dwHashCourant, uint32_t i) noexcept {
 
 }  // namespace
 
+// A string the decoder knows is already in the output: where, and how long.
 struct CZLWCompresseur::STEntreeDecodage {
+    uint32_t dwPosition;
     uint32_t dwLongueur;
-    uint16_t wPrefixe;
-    uint8_t byCaractere;
-    uint8_t byPremier;  // first character of the string, for the string that extends it
 };
 
 CZLWCompresseur::CZLWCompresseur() = default;
@@ -165,26 +164,12 @@ uint32_t CZLWCompresseur::_dwCompression() {
     return dwPacke + kdwTailleEntete;
 }
 
-void CZLWCompresseur::_ExtraitRetourne(const STEntreeDecodage* pstTable, uint32_t dwCode, uint8_t* pbyFin) noexcept {
-    // Prefixes are always lower codes than the strings they start, so the walk ends at a single
-    // byte in at most as many steps as the string is long, which the caller has checked.
-    while (dwCode >= kPremierLibre) {
-        *--pbyFin = pstTable[dwCode].byCaractere;
-        dwCode = pstTable[dwCode].wPrefixe;
-    }
-    *--pbyFin = pstTable[dwCode].byCaractere;
-}
-
 uint32_t CZLWCompresseur::_dwDecompression() {
     if (m_dwTailleEntree >= 1 && m_pbyEntree[0] == eCOMPRESSEUR_COPIE) return _dwDecompresseCopie();
     const uint8_t* pbyPacke;
     uint32_t dwTaillePackee, dwTailleOriginale;
     if (!_bLitEntete(eCOMPRESSEUR_ZLW, &pbyPacke, &dwTaillePackee, &dwTailleOriginale)) return kdwEchec;
-    if (!m_pstDecodage) {
-        m_pstDecodage.reset(new STEntreeDecodage[kNbCodes]);
-        for (uint32_t b = 0; b < 256; ++b)
-            m_pstDecodage[b + 1] = {1, 0, static_cast<uint8_t>(b), static_cast<uint8_t>(b)};
-    }
+    if (!m_pstDecodage) m_pstDecodage.reset(new STEntreeDecodage[kNbCodes]);
     STEntreeDecodage* const pstTable = m_pstDecodage.get();
     const uint8_t* pbyLecture = pbyPacke;
     const uint8_t* const pbyFinLecture = pbyPacke + dwTaillePackee;
@@ -193,7 +178,8 @@ uint32_t CZLWCompresseur::_dwDecompression() {
 
     uint32_t dwAccu = 0, dwNbBits = 0;
     uint32_t dwLargeur = kLargeurMin, dwLimite = kLimiteInitiale, dwProchain = kPremierLibre;
-    uint32_t dwPrecedent = 0;  // 0: no string yet since the start or a reset
+    bool bPrecedent = false;  // no string yet since the start or a reset
+    uint32_t dwPositionPrecedent = 0, dwLongueurPrecedent = 0;
     while (dwEcrits < dwTailleOriginale) {
         while (dwNbBits < 24 && pbyLecture < pbyFinLecture) {
             dwAccu |= static_cast<uint32_t>(*pbyLecture++) << dwNbBits;
@@ -209,43 +195,40 @@ uint32_t CZLWCompresseur::_dwDecompression() {
             dwLargeur = kLargeurMin;
             dwLimite = kLimiteInitiale;
             dwProchain = kPremierLibre;
-            dwPrecedent = 0;
-            continue;
-        }
-        if (dwPrecedent == 0) {
-            if (dwCode >= kPremierLibre) return kdwEchec;  // past the table of a fresh dictionary
-            pbySortie[dwEcrits++] = pstTable[dwCode].byCaractere;
-            dwPrecedent = dwCode;
+            bPrecedent = false;
             continue;
         }
         uint32_t dwLongueur;
-        uint8_t byPremier;
-        if (dwCode < dwProchain) {
+        if (dwCode < kCodeFin) {
+            dwLongueur = 1;
+            pbySortie[dwEcrits] = static_cast<uint8_t>(dwCode - 1);
+        } else if (dwCode < dwProchain) {
             dwLongueur = pstTable[dwCode].dwLongueur;
-            byPremier = pstTable[dwCode].byPremier;
             if (dwLongueur > dwTailleOriginale - dwEcrits) return kdwEchec;
-            _ExtraitRetourne(pstTable, dwCode, pbySortie + dwEcrits + dwLongueur);
-        } else if (dwCode == dwProchain && dwProchain < kNbCodes) {
-            // The string being defined: the previous one and its own first character.
-            dwLongueur = pstTable[dwPrecedent].dwLongueur + 1;
-            byPremier = pstTable[dwPrecedent].byPremier;
+            std::memcpy(pbySortie + dwEcrits, pbySortie + pstTable[dwCode].dwPosition, dwLongueur);
+        } else if (dwCode == dwProchain && bPrecedent && dwProchain < kNbCodes) {
+            // The string being defined: the previous one, which ends where this one starts, and its
+            // own first character.
+            dwLongueur = dwLongueurPrecedent + 1;
             if (dwLongueur > dwTailleOriginale - dwEcrits) return kdwEchec;
-            _ExtraitRetourne(pstTable, dwPrecedent, pbySortie + dwEcrits + dwLongueur - 1);
-            pbySortie[dwEcrits + dwLongueur - 1] = byPremier;
+            std::memcpy(pbySortie + dwEcrits, pbySortie + dwPositionPrecedent, dwLongueurPrecedent);
+            pbySortie[dwEcrits + dwLongueurPrecedent] = pbySortie[dwPositionPrecedent];
         } else {
-            return kdwEchec;
+            return kdwEchec;  // past the table, or a string before any string
         }
-        if (dwProchain < kNbCodes) {
-            pstTable[dwProchain] = {pstTable[dwPrecedent].dwLongueur + 1, static_cast<uint16_t>(dwPrecedent), byPremier,
-                                    pstTable[dwPrecedent].byPremier};
+        if (bPrecedent && dwProchain < kNbCodes) {
+            // The previous string and the first character of this one, which follows it.
+            pstTable[dwProchain] = {dwPositionPrecedent, dwLongueurPrecedent + 1};
             ++dwProchain;
             if (dwLargeur < kLargeurMax && dwProchain >= dwLimite) {
                 ++dwLargeur;
                 dwLimite <<= 1;
             }
         }
+        bPrecedent = true;
+        dwPositionPrecedent = dwEcrits;
+        dwLongueurPrecedent = dwLongueur;
         dwEcrits += dwLongueur;
-        dwPrecedent = dwCode;
     }
     return dwEcrits == dwTailleOriginale ? dwEcrits : kdwEchec;
 }

@@ -4,9 +4,9 @@
 // dictionary, 0x100 2 one more bit a code, 0x100 3 the end.
 //
 // The node table is hashed: (character XOR prefix * 8) AND 0x7FFF, the single bytes sitting at
-// their own value under the root prefix 0x8001. A collision moves by an odd step drawn from the
-// prefix and the character, at most 16 times; when no slot is found, or the 32,768 codes are all
-// given, the dictionary starts afresh.
+// their own value under the root prefix 0x8001. A collision moves by an odd step of at least 257
+// drawn from a multiplicative hash of the prefix and the character, at most 16 times; when no slot
+// is found, or the 32,768 codes are all given, the dictionary starts afresh.
 #include <cstring>
 #include <new>
 
@@ -38,11 +38,10 @@ struct CVieuxBlocCompresseur::STNoeud {
     uint16_t wCode;
 };
 
+// A string the decoder knows is already in the output: where, and how long.
 struct CVieuxBlocCompresseur::STEntreeDecodage {
+    uint32_t dwPosition;
     uint32_t dwLongueur;
-    uint16_t wPrefixe;
-    uint8_t byCaractere;
-    uint8_t byPremier;
 };
 
 CVieuxBlocCompresseur::CVieuxBlocCompresseur() = default;
@@ -57,7 +56,9 @@ void CVieuxBlocCompresseur::_InitDico() noexcept {
 
 int CVieuxBlocCompresseur::_nCherche(uint32_t dwPrefixe, uint8_t byCaractere) const noexcept {
     uint32_t dwSlot = (byCaractere ^ dwPrefixe * 8) & (kNbNoeuds - 1);
-    const uint32_t dwPas = ((dwPrefixe << 1) ^ (static_cast<uint32_t>(byCaractere) << 8) ^ 0x2A5u) | 1u;
+    // The step mixes both halves of the key, so that keys meeting in one slot part at once, and is
+    // never below 257, so that a key starting among the 256 single bytes leaves them at once.
+    const uint32_t dwPas = (((dwPrefixe * 0x9E3779B1u + byCaractere * 0x85EBCA6Bu) >> 18) | 1u) + 0x100;
     for (uint32_t i = 0; i <= kNbSondes; ++i) {
         const STNoeud& st = m_pstNoeuds[dwSlot];
         if (st.wCaractere == kCaractereVide || (st.wPrefixe == dwPrefixe && st.wCaractere == byCaractere))
@@ -124,11 +125,7 @@ uint32_t CVieuxBlocCompresseur::_dwDecompression() {
     const uint8_t* pbyPacke;
     uint32_t dwTaillePackee, dwTailleOriginale;
     if (!_bLitEntete(eCOMPRESSEUR_VIEUXBLOC, &pbyPacke, &dwTaillePackee, &dwTailleOriginale)) return kdwEchec;
-    if (!m_pstDecodage) {
-        m_pstDecodage.reset(new STEntreeDecodage[kNbNoeuds]);
-        for (uint32_t b = 0; b < 256; ++b)
-            m_pstDecodage[b] = {1, 0, static_cast<uint8_t>(b), static_cast<uint8_t>(b)};
-    }
+    if (!m_pstDecodage) m_pstDecodage.reset(new STEntreeDecodage[kNbNoeuds]);
     STEntreeDecodage* const pstTable = m_pstDecodage.get();
     const uint8_t* pbyLecture = pbyPacke;
     const uint8_t* const pbyFinLecture = pbyPacke + dwTaillePackee;
@@ -137,7 +134,7 @@ uint32_t CVieuxBlocCompresseur::_dwDecompression() {
 
     uint32_t dwAccu = 0, dwNbBits = 0, dwLargeur = kLargeurMin, dwProchain = kEchappement;
     bool bPrecedent = false;
-    uint32_t dwPrecedent = 0;
+    uint32_t dwPositionPrecedent = 0, dwLongueurPrecedent = 0;
     // The next code, or kdwEchec when the input ends first.
     auto dwLit = [&]() -> uint32_t {
         while (dwNbBits < dwLargeur) {
@@ -151,7 +148,7 @@ uint32_t CVieuxBlocCompresseur::_dwDecompression() {
         return dwCode;
     };
     while (dwEcrits < dwTailleOriginale) {
-        uint32_t dwCode = dwLit();
+        const uint32_t dwCode = dwLit();
         if (dwCode == kdwEchec) return kdwEchec;
         if (dwCode == kEchappement) {
             const uint32_t dwSous = dwLit();
@@ -169,35 +166,31 @@ uint32_t CVieuxBlocCompresseur::_dwDecompression() {
             }
             if (dwSous != kSousLitteral) return kdwEchec;
         }
+        // Every string the decoder knows is already in the output: it is copied from there.
         uint32_t dwLongueur;
-        uint8_t byPremier;
-        if (dwCode < dwProchain) {
+        if (dwCode < kEchappement) {
+            dwLongueur = 1;
+            pbySortie[dwEcrits] = static_cast<uint8_t>(dwCode);
+        } else if (dwCode < dwProchain) {
             dwLongueur = pstTable[dwCode].dwLongueur;
-            byPremier = pstTable[dwCode].byPremier;
             if (dwLongueur > dwTailleOriginale - dwEcrits) return kdwEchec;
-            uint8_t* pby = pbySortie + dwEcrits + dwLongueur;
-            // Prefixes are lower codes than their strings: the walk ends at a single byte.
-            for (uint32_t c = dwCode; c >= 256; c = pstTable[c].wPrefixe) *--pby = pstTable[c].byCaractere;
-            *--pby = byPremier;
+            std::memcpy(pbySortie + dwEcrits, pbySortie + pstTable[dwCode].dwPosition, dwLongueur);
         } else if (dwCode == dwProchain && bPrecedent && dwProchain < kNbNoeuds) {
-            dwLongueur = pstTable[dwPrecedent].dwLongueur + 1;
-            byPremier = pstTable[dwPrecedent].byPremier;
+            dwLongueur = dwLongueurPrecedent + 1;
             if (dwLongueur > dwTailleOriginale - dwEcrits) return kdwEchec;
-            uint8_t* pby = pbySortie + dwEcrits + dwLongueur;
-            *--pby = byPremier;
-            for (uint32_t c = dwPrecedent; c >= 256; c = pstTable[c].wPrefixe) *--pby = pstTable[c].byCaractere;
-            *--pby = byPremier;
+            std::memcpy(pbySortie + dwEcrits, pbySortie + dwPositionPrecedent, dwLongueurPrecedent);
+            pbySortie[dwEcrits + dwLongueurPrecedent] = pbySortie[dwPositionPrecedent];
         } else {
             return kdwEchec;
         }
         if (bPrecedent && dwProchain < kNbNoeuds) {
-            pstTable[dwProchain] = {pstTable[dwPrecedent].dwLongueur + 1, static_cast<uint16_t>(dwPrecedent), byPremier,
-                                    pstTable[dwPrecedent].byPremier};
+            pstTable[dwProchain] = {dwPositionPrecedent, dwLongueurPrecedent + 1};
             ++dwProchain;
         }
-        dwEcrits += dwLongueur;
         bPrecedent = true;
-        dwPrecedent = dwCode;
+        dwPositionPrecedent = dwEcrits;
+        dwLongueurPrecedent = dwLongueur;
+        dwEcrits += dwLongueur;
     }
     return dwEcrits == dwTailleOriginale ? dwEcrits : kdwEchec;
 }

@@ -175,21 +175,4 @@ TEST(OldCompactedCodes, EveryCodeIsCheckedAgainstTheTable) {
     }
 }
 
-TEST(OldCompactedCodes, ChainsGrowAcrossWidths) {
-    // "a", then each code the one just defined: strings of 2, 3, ... bytes, across three widths.
-    CCodes cl;
-    cl(256, 9)(97, 9);
-    int nLargeur = 9;
-    uint64_t nTotal = 1;
-    for (int nCode = 257; nCode < 2300; ++nCode) {
-        cl(nCode, nLargeur);
-        nTotal += static_cast<uint64_t>(nCode - 255);
-        if (nCode + 1 >= (1 << nLargeur) && nLargeur < 14) ++nLargeur;
-    }
-    CSource clSource(cl.m_s);
-    CPuits clPuits;
-    ASSERT_EQ(ovcompacte::interne::eDecodeLzw(&clSource, &clPuits, nTotal), EResultat::OK);
-    EXPECT_EQ(clPuits.m_s, std::string(nTotal, 'a'));
-}
-
 }  // namespace

@@ -1,14 +1,10 @@
-// The machine's gauge as a user sees it: the line it draws, on a pseudo-terminal and on a pipe.
+// The line the machine's gauge draws; the drawing itself, on a terminal and off one, is checked
+// end to end through ovrun (tests/split_merge_e2e_test.cpp).
 #include "host/gauge.h"
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <termios.h>
-#include <unistd.h>
-
 #include <climits>
-#include <cstdlib>
 #include <string>
 
 namespace ovhost {
@@ -33,58 +29,6 @@ TEST(GaugeLine, ShowsTheShareOfTheRangeWithOneDecimalWithinZeroAndAHundred) {
     };
     for (const auto& c : tabCas)
         EXPECT_EQ(sLigneJauge("fDecoupe", c.nPosition, c.nMin, c.nMax), c.pszAttendu) << "row " << c.nLine;
-}
-
-// Drives one call of the gauge: positions that repeat, or differ without changing the text shown.
-void UnAppel(CJaugeMachine& clJauge) {
-    clJauge.DebutAppel("fRegroupe");
-    clJauge.InitJauge(0, 1000);
-    for (int n : {0, 0, 375, 375, 1000, 1000}) clJauge.MajJauge(n);
-    clJauge.FinAppel();
-    clJauge.DebutAppel("fRegroupe");  // a call that reports nothing draws nothing, not even a newline
-    clJauge.FinAppel();
-}
-
-TEST(GaugeDrawing, RedrawsOnATerminalOnlyWhenTheTextChangesAndEndsTheLine) {
-    const int nMaitre = posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_GE(nMaitre, 0);
-    ASSERT_EQ(grantpt(nMaitre), 0);
-    ASSERT_EQ(unlockpt(nMaitre), 0);
-    const int nEsclave = open(ptsname(nMaitre), O_RDWR | O_NOCTTY);
-    ASSERT_GE(nEsclave, 0);
-    // Raw, so the terminal hands back exactly the bytes written (no CR added before the newline).
-    struct termios st {};
-    ASSERT_EQ(tcgetattr(nEsclave, &st), 0);
-    cfmakeraw(&st);
-    ASSERT_EQ(tcsetattr(nEsclave, TCSANOW, &st), 0);
-
-    CDessinJauge clDessin(nEsclave);
-    EXPECT_TRUE(clDessin.bActif());
-    CJaugeMachine clJauge;
-    clJauge.SetDessin(&clDessin);
-    UnAppel(clJauge);
-
-    std::string sLu;
-    char sz[256];
-    ASSERT_EQ(fcntl(nMaitre, F_SETFL, O_NONBLOCK), 0);
-    for (ssize_t n; (n = read(nMaitre, sz, sizeof sz)) > 0;) sLu.append(sz, static_cast<size_t>(n));
-    EXPECT_EQ(sLu, "\r fRegroupe   0.0 %\r fRegroupe  37.5 %\r fRegroupe 100.0 %\n");
-    close(nEsclave);
-    close(nMaitre);
-}
-
-TEST(GaugeDrawing, DrawsNothingOnAPipe) {
-    int anTube[2];
-    ASSERT_EQ(pipe(anTube), 0);
-    CDessinJauge clDessin(anTube[1]);
-    EXPECT_FALSE(clDessin.bActif());
-    CJaugeMachine clJauge;
-    clJauge.SetDessin(&clDessin);
-    UnAppel(clJauge);
-    close(anTube[1]);
-    char c;
-    EXPECT_EQ(read(anTube[0], &c, 1), 0);
-    close(anTube[0]);
 }
 
 }  // namespace

@@ -2,10 +2,11 @@
 """Checks component/catalogue/functions.cat before the generator turns it into tables.
 
 Prints the row count, gaps and duplicates, overload counts outside 1..14, unknown type codes,
-the starred rows and the per-bit counts of the availability words. Exits with 1 when the file
-has a fault the generator would refuse or silently get wrong.
+rows without their one-line description, the starred rows and the per-bit counts of the
+availability words. Given the reference the generator made from the file, checks that it holds
+every row. Exits with 1 when the file has a fault the generator would refuse or silently get wrong.
 
-    tools/check_catalogue.py [functions.cat] [--types type_codes.h] [--rows 497]
+    tools/check_catalogue.py [functions.cat] [--types type_codes.h] [--rows 497] [--reference reference.md]
     tools/check_catalogue.py --self-test
 """
 
@@ -20,6 +21,8 @@ sDefaultCatalogue = os.path.join(sRoot, 'component', 'catalogue', 'functions.cat
 sDefaultTypes = os.path.join(sRoot, 'component', 'interfaces', 'type_codes.h')
 
 nMaxOverloads = 14
+# A description is one line of a reference and of a terminal: longer ones wrap.
+nMaxDocLength = 100
 # Bits 8 to 15 of a type word that mean something; any other is a typing slip.
 dwKnownMarks = 0x200 | 0x4000 | 0x8000
 tabFlags = ('nobody', 'variadic', 'bit8', 'bit25')
@@ -42,7 +45,7 @@ def setReadTypeCodes(sHeader):
 
 class CCatalogue:
     def __init__(self):
-        # Rows as dicts: nLine, nRow, sName, dwAvail, bStar, nAlias, tabOverloads.
+        # Rows as dicts: nLine, nRow, sName, dwAvail, bStar, nAlias, sDoc, tabOverloads.
         self.m_tabRows = []
         # (line, message): lines the generator could not read.
         self.m_tabErrors = []
@@ -90,7 +93,7 @@ def clParse(sText):
             try:
                 mapRow = {'nLine': nLine, 'nRow': int(tabWords[1], 0), 'sName': tabWords[2],
                           'dwAvail': int(tabWords[3], 0), 'bStar': False, 'nAlias': None,
-                          'tabOverloads': []}
+                          'sDoc': None, 'tabOverloads': []}
             except ValueError:
                 clCatalogue.Error(nLine, 'row or availability is not a number')
                 continue
@@ -104,6 +107,16 @@ def clParse(sText):
             if not 0 <= mapRow['dwAvail'] <= 0xFFFFFFFF:
                 clCatalogue.Error(nLine, 'availability does not fit 32 bits')
             clCatalogue.m_tabRows.append(mapRow)
+        elif tabWords[0] == 'doc':
+            m = re.fullmatch(r'doc\s+"((?:[^"\\]|\\.)*)"', s)
+            if not m:
+                clCatalogue.Error(nLine, 'doc "<one line>" expected')
+            elif not clCatalogue.m_tabRows or clCatalogue.m_tabRows[-1]['tabOverloads']:
+                clCatalogue.Error(nLine, 'a doc line goes directly under its fn line')
+            elif clCatalogue.m_tabRows[-1]['sDoc'] is not None:
+                clCatalogue.Error(nLine, 'a second doc line')
+            else:
+                clCatalogue.m_tabRows[-1]['sDoc'] = m.group(1)
         elif tabWords[0] == 'ov':
             if not clCatalogue.m_tabRows:
                 clCatalogue.Error(nLine, 'ov before any fn')
@@ -116,8 +129,8 @@ def clParse(sText):
     return clCatalogue
 
 
-def Check(clCatalogue, setValidCodes, nExpectedRows=None):
-    """Returns (report lines, number of faults)."""
+def Check(clCatalogue, setValidCodes, nExpectedRows=None, sReference=None):
+    """Returns (report lines, number of faults). sReference: the text of reference.md."""
     tabOut, nFaults = [], 0
 
     def Fault(sMessage):
@@ -191,6 +204,19 @@ def Check(clCatalogue, setValidCodes, nExpectedRows=None):
                     and not re.fullmatch(r'forward \d+', o['sCall']):
                 Fault('line %d: forward needs one index' % o['nLine'])
 
+    tabUndocumented = [r['sName'] for r in tabRows if not r['sDoc']]
+    tabOut.append('rows without a doc line: %s' % (', '.join(tabUndocumented) or 'none'))
+    nFaults += len(tabUndocumented)
+    for r in tabRows:
+        if r['sDoc'] and len(r['sDoc']) > nMaxDocLength:
+            Fault('line %d: the doc line of %s is longer than %d characters'
+                  % (r['nLine'], r['sName'], nMaxDocLength))
+    if sReference is not None:
+        nListed = len(re.findall(r'^### ', sReference, re.M))
+        tabOut.append('functions in the reference: %d' % nListed)
+        if nListed != len(tabRows):
+            Fault('the reference lists %d functions, the catalogue has %d rows' % (nListed, len(tabRows)))
+
     tabOverloads = [o for r in tabRows for o in r['tabOverloads']]
     tabOut.append('starred rows: %d' % sum(r['bStar'] for r in tabRows))
     sFlagged = ', '.join('%s %d' % (s, sum(s in o['setFlags'] for o in tabOverloads))
@@ -224,11 +250,14 @@ inline constexpr STTypeName gstTypeNames[] = {
 
 sTestGood = '''# comment
 fn 0 DateSys 0xc1010000
+    doc "Returns today's date, or sets it"
     ov 0x79 ()
     ov 0x00 (0x7a)
 fn 1 fOuvre 0xc1028000
+    doc "Opens a file named \\"like this\\""
     ov 0x08 (0x8050, 0x08)
 fn 2 DateSys 0xc1010000 * alias=0
+    doc "Returns today's date, or sets it"
     ov 0x79 ()
 '''
 
@@ -237,9 +266,14 @@ def nLine():
     return sys._getframe(1).f_lineno
 
 
+def sDocumented(sText):
+    """The same catalogue with a doc line under each fn line, for cases about something else."""
+    return re.sub(r'^(fn .*)$', r'\1\n doc "D"', sText, flags=re.M)
+
+
 class CSelfTest(unittest.TestCase):
-    def Run(self, sText, nRows=None):
-        return Check(clParse(sText), setReadTypeCodes(sTestHeader), nRows)
+    def Run(self, sText, nRows=None, sReference=None):
+        return Check(clParse(sText), setReadTypeCodes(sTestHeader), nRows, sReference)
 
     def test_type_codes_come_from_the_name_table_only(self):
         self.assertEqual(setReadTypeCodes(sTestHeader), {0x00, 0x01, 0x08, 0x79, 0x7a, 0x50})
@@ -275,17 +309,39 @@ class CSelfTest(unittest.TestCase):
             (nLine(), 'fn 0 A zero\n ov 0x08 ()\n', 'is not a number'),
         ]
         for nCase, sText, sExpected in tabCases:
+            tabReport, nFaults = self.Run(sDocumented(sText))
+            self.assertGreater(nFaults, 0, 'case of line %d' % nCase)
+            self.assertTrue(any(sExpected in s for s in tabReport),
+                            'case of line %d: %r not in %r' % (nCase, sExpected, tabReport))
+
+    def test_every_row_has_one_doc_line_under_its_fn_line(self):
+        tabCases = [
+            (nLine(), 'fn 0 A 0x1\n ov 0x08 ()\n', 'rows without a doc line: A'),
+            (nLine(), 'fn 0 A 0x1\n doc ""\n ov 0x08 ()\n', 'rows without a doc line: A'),
+            (nLine(), 'fn 0 A 0x1\n ov 0x08 ()\n doc "D"\n', 'directly under its fn line'),
+            (nLine(), 'fn 0 A 0x1\n doc "D"\n doc "E"\n ov 0x08 ()\n', 'a second doc line'),
+            (nLine(), 'fn 0 A 0x1\n doc D\n ov 0x08 ()\n', 'doc "<one line>" expected'),
+            (nLine(), 'fn 0 A 0x1\n doc "%s"\n ov 0x08 ()\n' % ('x' * 101), 'longer than 100'),
+        ]
+        for nCase, sText, sExpected in tabCases:
             tabReport, nFaults = self.Run(sText)
             self.assertGreater(nFaults, 0, 'case of line %d' % nCase)
             self.assertTrue(any(sExpected in s for s in tabReport),
                             'case of line %d: %r not in %r' % (nCase, sExpected, tabReport))
 
+    def test_reference_lists_every_row(self):
+        sReference = '# Language functions\n\n## Dates\n\n### DateSys\n\n### fOuvre\n\n### DateSys\n'
+        self.assertEqual(self.Run(sTestGood, 3, sReference)[1], 0)
+        tabReport, nFaults = self.Run(sTestGood, 3, sReference.rsplit('###', 1)[0])
+        self.assertEqual(nFaults, 1)
+        self.assertIn('  the reference lists 2 functions, the catalogue has 3 rows', tabReport)
+
     def test_row_count_is_compared_with_the_expected_one(self):
         self.assertGreater(self.Run(sTestGood, 497)[1], 0)
 
     def test_counts_of_flags_and_calls(self):
-        sText = ('fn 0 A 0x1\n ov 0x08 (0x08) variadic\n ov 0x08 () nobody\n'
-                 'fn 1 B 0x1\n ov 0x08 () bit25 = forward 3\n ov 0x08 () bit8 = B\n')
+        sText = sDocumented('fn 0 A 0x1\n ov 0x08 (0x08) variadic\n ov 0x08 () nobody\n'
+                            'fn 1 B 0x1\n ov 0x08 () bit25 = forward 3\n ov 0x08 () bit8 = B\n')
         tabReport, nFaults = self.Run(sText)
         self.assertEqual(nFaults, 0, tabReport)
         self.assertIn('overloads: 4; nobody 1, variadic 1, bit8 1, bit25 1', tabReport)
@@ -297,6 +353,7 @@ def main():
     clArgs.add_argument('catalogue', nargs='?', default=sDefaultCatalogue)
     clArgs.add_argument('--types', default=sDefaultTypes)
     clArgs.add_argument('--rows', type=int, default=497)
+    clArgs.add_argument('--reference', help='the reference.md made by the generator')
     clArgs.add_argument('--self-test', action='store_true')
     clOptions = clArgs.parse_args()
     if clOptions.self_test:
@@ -305,7 +362,11 @@ def main():
         setValid = setReadTypeCodes(f.read())
     with open(clOptions.catalogue, encoding='utf-8') as f:
         clCatalogue = clParse(f.read())
-    tabReport, nFaults = Check(clCatalogue, setValid, clOptions.rows)
+    sReference = None
+    if clOptions.reference:
+        with open(clOptions.reference, encoding='utf-8') as f:
+            sReference = f.read()
+    tabReport, nFaults = Check(clCatalogue, setValid, clOptions.rows, sReference)
     print('\n'.join(tabReport))
     print('faults: %d' % nFaults)
     return 1 if nFaults else 0

@@ -1,10 +1,12 @@
 // Build-time generator: reads the catalogue (functions, constants, variables, class, type
 // references, errors, other messages) and writes the descriptor tables, the thunks, the method
-// declarations of CComposanteStandard, the names block, the error table and the message block.
+// declarations of CComposanteStandard, the names block, the error table, the message block, and
+// the readable views of the functions: reference.md and the header of one-line descriptions.
 //
 //   gencatalogue <catalogue dir> <errors.cat> <messages.cat> <output dir>
 //
 // Any malformed line stops the build with "file:line: message".
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstdint>
@@ -13,6 +15,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/data_compressor.h"
@@ -46,6 +49,8 @@ struct STFunction {
     int nAliasOf = -1;
     std::vector<STOverload> tabOverloads;
     STPosition stPos;
+    std::u32string sDoc;  // one line on what the function does; empty until its doc line is read
+    std::string sFamily;  // the comment block that heads its group
 };
 
 struct STConstant {
@@ -151,8 +156,9 @@ std::vector<std::string> Split(const std::string& s) {
 
 bool bKnownCode(uint32_t dwWord) { return ovtype::pszTypeName(dwWord & ovtype::CODE_MASK) != nullptr; }
 
-template <typename F>
-void ForEachLine(const std::string& sPath, F f) {
+// f gets each line that holds an entry; fOther each blank or comment line, trimmed.
+template <typename F, typename G>
+void ForEachLine(const std::string& sPath, F f, G fOther) {
     std::ifstream in(sPath);
     if (!in) {
         std::fprintf(stderr, "%s: cannot open\n", sPath.c_str());
@@ -163,17 +169,46 @@ void ForEachLine(const std::string& sPath, F f) {
     while (std::getline(in, sLine)) {
         ++st.nLine;
         std::string s = Trim(sLine);
-        if (s.empty() || s[0] == '#') continue;
-        f(st, s);
+        if (s.empty() || s[0] == '#') fOther(s);
+        else f(st, s);
     }
+}
+
+template <typename F>
+void ForEachLine(const std::string& sPath, F f) {
+    ForEachLine(sPath, f, [](const std::string&) {});
 }
 
 // ---------------------------------------------------------------- reading the catalogue
 
+// A comment block directly above an fn line (no blank between) names the family of the rows that
+// follow, up to the next such block.
 std::vector<STFunction> ReadFunctions(const std::string& sPath) {
     std::vector<STFunction> tab;
+    std::string sComment, sFamily;
+    auto OnOther = [&](const std::string& s) {
+        if (s.empty()) { sComment.clear(); return; }
+        std::string sText = Trim(s.substr(1));
+        if (!sText.empty()) sComment += (sComment.empty() ? "" : " ") + sText;
+    };
     ForEachLine(sPath, [&](const STPosition& st, const std::string& s) {
+        if (s.rfind("fn ", 0) != 0 && s.rfind("doc ", 0) != 0) sComment.clear();
+        if (s.rfind("doc ", 0) == 0) {
+            if (tab.empty() || !tab.back().tabOverloads.empty()) Fail(st, "a doc line goes directly under its fn line");
+            if (!tab.back().sDoc.empty()) Fail(st, "a second doc line");
+            size_t nPos = 3;
+            while (nPos < s.size() && s[nPos] == ' ') ++nPos;
+            std::u32string sDoc = sParseQuoted(st, s, nPos);
+            if (!Trim(s.substr(nPos)).empty()) Fail(st, "text after the closing quote");
+            if (sDoc.empty()) Fail(st, "an empty doc line");
+            for (char32_t c : sDoc)
+                if (c < 0x20 || c == 0x7f) Fail(st, "a doc line is one line of printable text");
+            tab.back().sDoc = sDoc;
+            return;
+        }
         if (s.rfind("fn ", 0) == 0) {
+            if (!sComment.empty()) sFamily = sComment;
+            sComment.clear();
             std::vector<std::string> w = Split(s);
             if (w.size() < 4) Fail(st, "fn <row> <Name> <availability> [*] [alias=<row>]");
             STFunction f;
@@ -187,10 +222,11 @@ std::vector<STFunction> ReadFunctions(const std::string& sPath) {
                 else Fail(st, "unknown word '" + w[i] + "'");
             }
             if (f.nRow != static_cast<int>(tab.size())) Fail(st, "rows must run from 0 without a gap; expected " + std::to_string(tab.size()));
+            f.sFamily = sFamily;
             tab.push_back(f);
             return;
         }
-        if (s.rfind("ov ", 0) != 0) Fail(st, "fn or ov expected");
+        if (s.rfind("ov ", 0) != 0) Fail(st, "fn, doc or ov expected");
         if (tab.empty()) Fail(st, "ov before any fn");
         STOverload o;
         o.stPos = st;
@@ -225,11 +261,12 @@ std::vector<STFunction> ReadFunctions(const std::string& sPath) {
         if (tab.back().bStar && !o.sCall.empty()) Fail(st, "a function with no body here has no method");
         if (o.bNoBody && !o.sCall.empty()) Fail(st, "an overload with no body has no method");
         tab.back().tabOverloads.push_back(o);
-    });
+    }, OnOther);
     for (const STFunction& f : tab) {
         if (f.nAliasOf >= f.nRow) Fail(f.stPos, "an alias names an earlier row");
         size_t n = f.tabOverloads.size();
         if (f.nAliasOf < 0 && (n < 1 || n > 14)) Fail(f.stPos, "1 to 14 overloads");
+        if (f.sDoc.empty()) Fail(f.stPos, "a doc line must follow the fn line: doc \"What the function does\"");
     }
     return tab;
 }
@@ -431,6 +468,181 @@ std::string BuildCall(const STOverload& o, bool& bForward, int& nForward, std::s
         }
     }
     return "pclThis->" + sMethod + "(" + sArgs + ")";
+}
+
+// ---------------------------------------------------------------- readable views
+
+std::string Utf8(const std::u32string& s) {
+    std::string sOut;
+    for (char32_t c : s) AppendUtf8(sOut, c);
+    return sOut;
+}
+
+// "%41" -> "A"; anything that is not a valid escape stays as it is.
+std::string PercentDecoded(const std::string& s) {
+    std::string sOut;
+    for (size_t i = 0; i < s.size(); ++i) {
+        if (s[i] == '%' && i + 2 < s.size() && isxdigit(static_cast<unsigned char>(s[i + 1])) &&
+            isxdigit(static_cast<unsigned char>(s[i + 2]))) {
+            sOut += static_cast<char>(std::stoul(s.substr(i + 1, 2), nullptr, 16));
+            i += 2;
+        } else {
+            sOut += s[i];
+        }
+    }
+    return sOut;
+}
+
+// The type names ovrun prints; a typed object shows the name of its type reference, which the
+// table stores percent-encoded twice over.
+std::string ReadableType(uint32_t dwWord, const std::vector<std::string>& tabTypeRefs) {
+    std::string s = ovtype::pszTypeName(dwWord & ovtype::CODE_MASK);
+    if (uint32_t n = dwWord >> ovtype::TYPEREF_SHIFT; n >= 1 && n <= tabTypeRefs.size()) {
+        const std::string& sRef = tabTypeRefs[n - 1];
+        s += "(" + PercentDecoded(PercentDecoded(sRef.substr(sRef.rfind(':') + 1))) + ")";
+    }
+    if (dwWord & ovtype::FLAG_BY_REFERENCE) s += "&";
+    return s;
+}
+
+// Markdown text: the characters that would start emphasis, code, links or HTML are escaped.
+std::string MarkdownText(const std::string& s) {
+    std::string sOut;
+    for (char c : s) {
+        if (std::string_view("\\`*_[]<>|").find(c) != std::string_view::npos) sOut += '\\';
+        sOut += c;
+    }
+    return sOut;
+}
+
+// The anchor a Markdown renderer gives a heading: lower case, blanks to hyphens, punctuation out.
+std::string Anchor(const std::string& sHeading) {
+    std::string sOut;
+    for (unsigned char c : sHeading) {
+        if (isalnum(c) || c == '-' || c == '_' || c >= 0x80) sOut += static_cast<char>(tolower(c));
+        else if (c == ' ') sOut += '-';
+    }
+    return sOut;
+}
+
+// Why an overload cannot be called here, what it forwards to, or empty for an ordinary body.
+std::string OverloadNote(const STFunction& f, const STOverload& o) {
+    if (f.bStar || o.bNoBody || o.sCall.empty()) return "no body on this platform";
+    if (o.sCall.rfind("forward", 0) == 0) return "forwarded to library 42, index " + Trim(o.sCall.substr(7));
+    return {};
+}
+
+std::string ReferenceMarkdown(const std::vector<STFunction>& tabFunctions, const std::vector<std::string>& tabTypeRefs) {
+    std::vector<std::string> tabFamilies;
+    std::map<std::string, int> mapCount;
+    for (const STFunction& f : tabFunctions) {
+        if (mapCount[f.sFamily]++ == 0) tabFamilies.push_back(f.sFamily);
+    }
+    int nWithoutBody = 0;
+    std::ostringstream body;
+    std::string sFamily = "\x01";
+    for (const STFunction& f : tabFunctions) {
+        if (f.sFamily != sFamily) {
+            sFamily = f.sFamily;
+            body << "## " << MarkdownText(sFamily.empty() ? "Other functions" : sFamily) << "\n\n";
+        }
+        const STFunction& fOwner = f.nAliasOf >= 0 ? tabFunctions[static_cast<size_t>(f.nAliasOf)] : f;
+        body << "### " << MarkdownText(f.sName) << "\n\n" << MarkdownText(Utf8(f.sDoc)) << "\n\n";
+        if (f.nAliasOf >= 0)
+            body << "A second row of `" << fOwner.sName << "` (row " << fOwner.nRow << "): the same function.\n\n";
+        // Marks shared by every overload are said once, under the overloads.
+        std::vector<std::string> tabNotes;
+        for (const STOverload& o : fOwner.tabOverloads) {
+            STFunction fRow = fOwner;
+            fRow.bStar = f.bStar || fOwner.bStar;
+            tabNotes.push_back(OverloadNote(fRow, o));
+        }
+        bool bShared = std::all_of(tabNotes.begin(), tabNotes.end(), [&](const std::string& s) { return s == tabNotes[0]; });
+        for (size_t i = 0; i < fOwner.tabOverloads.size(); ++i) {
+            const STOverload& o = fOwner.tabOverloads[i];
+            body << "- `" << f.sName << "(";
+            for (size_t a = 0; a < o.tabArgs.size(); ++a) body << (a ? ", " : "") << ReadableType(o.tabArgs[a], tabTypeRefs);
+            body << (o.bVariadic ? "..." : "") << ") -> " << ReadableType(o.dwResult, tabTypeRefs) << "`";
+            if (!bShared && !tabNotes[i].empty()) body << " (" << tabNotes[i] << ")";
+            body << "\n";
+        }
+        body << "\nRow " << f.nRow << ", availability " << Hex(f.dwAvailability) << ".";
+        if (bShared && !tabNotes.empty() && !tabNotes[0].empty()) {
+            std::string sNote = tabNotes[0];
+            sNote[0] = static_cast<char>(toupper(static_cast<unsigned char>(sNote[0])));
+            body << " " << sNote << ".";
+            if (tabNotes[0] == "no body on this platform") ++nWithoutBody;
+        }
+        body << "\n\n";
+    }
+    std::ostringstream out;
+    out << "# Language functions\n\n"
+        << "Generated from the catalogue at build time. " << tabFunctions.size() << " functions in " << tabFamilies.size()
+        << " families; " << nWithoutBody << " of them have no body on this platform: the language knows them, a call is "
+           "refused.\n\n"
+        << "Each overload reads `Name(argument types) -> result type`, with the type names that `ovrun --describe` "
+           "prints: `&` marks an argument passed by reference, `...` an argument that may repeat, a name in parentheses "
+           "the type of an object. The availability word is the mask the machine tests to admit the function on a "
+           "platform and in a mode.\n\n";
+    for (const std::string& s : tabFamilies) {
+        std::string sHeading = s.empty() ? "Other functions" : s;
+        out << "- [" << MarkdownText(sHeading) << "](#" << Anchor(sHeading) << ") (" << mapCount[s] << ")\n";
+    }
+    out << "\n" << body.str();
+    std::string sOut = out.str();
+    sOut.pop_back();  // one newline at the end
+    return sOut;
+}
+
+// A C string literal of UTF-8 text; octal escapes, since a hexadecimal one would swallow a
+// following digit or letter.
+std::string CLiteral(const std::string& s) {
+    std::string sOut = "\"";
+    for (unsigned char c : s) {
+        if (c == '"' || c == '\\') { sOut += '\\'; sOut += static_cast<char>(c); }
+        else if (c >= 0x20 && c < 0x7f) sOut += static_cast<char>(c);
+        else {
+            char sz[8];
+            std::snprintf(sz, sizeof sz, "\\%03o", c);
+            sOut += sz;
+        }
+    }
+    return sOut + "\"";
+}
+
+// One entry per language name, sorted by byte order for a binary search. Rows that share a name
+// are one function and must say the same.
+std::string DocsHeader(const std::vector<STFunction>& tabFunctions) {
+    std::map<std::string, const STFunction*> mapByName;
+    for (const STFunction& f : tabFunctions) {
+        auto [it, bNew] = mapByName.emplace(f.sName, &f);
+        if (!bNew && it->second->sDoc != f.sDoc)
+            Fail(f.stPos, "rows " + std::to_string(it->second->nRow) + " and " + std::to_string(f.nRow) + " of " + f.sName +
+                              " carry different doc lines");
+    }
+    std::ostringstream out;
+    out << "// Generated from the catalogue by gencatalogue. Do not edit.\n"
+           "// One line on what each language function does, by name.\n"
+           "#pragma once\n\n"
+           "#include <algorithm>\n#include <iterator>\n#include <string_view>\n\n"
+           "namespace ovcatalogue {\n\n"
+           "struct STFunctionDoc {\n"
+           "    const char* pszName;\n"
+           "    const char* pszLine;  // UTF-8\n"
+           "};\n\n"
+           "// Sorted by name in byte order.\n"
+           "inline constexpr STFunctionDoc gstFunctionDocs[] = {\n";
+    for (const auto& [sName, pf] : mapByName) out << "    {" << CLiteral(sName) << ", " << CLiteral(Utf8(pf->sDoc)) << "},\n";
+    out << "};\n\n"
+           "// The line of a function, or null for a name the catalogue does not hold. Names are matched\n"
+           "// exactly, case included, as the machine matches them.\n"
+           "inline const char* pszFunctionDoc(std::string_view sName) {\n"
+           "    const auto* pst = std::lower_bound(std::begin(gstFunctionDocs), std::end(gstFunctionDocs), sName,\n"
+           "                                       [](const STFunctionDoc& st, std::string_view s) { return st.pszName < s; });\n"
+           "    return pst != std::end(gstFunctionDocs) && pst->pszName == sName ? pst->pszLine : nullptr;\n"
+           "}\n\n"
+           "}  // namespace ovcatalogue\n";
+    return out.str();
 }
 
 }  // namespace
@@ -729,5 +941,7 @@ int main(int argc, char** argv) {
     Write("catalogue_tables.cpp", "#include \"generated/catalogue_thunks.h\"\n" + sTables);
     Write("catalogue_errors.cpp", errors.str());
     Write("catalogue_counts.h", counts.str());
+    Write("reference.md", ReferenceMarkdown(tabFunctions, tabTypeRefs));
+    Write("catalogue_docs.h", DocsHeader(tabFunctions));
     return 0;
 }
