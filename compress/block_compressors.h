@@ -90,12 +90,13 @@ protected:
 private:
     struct STEntreeDecodage;
     void _InitDico() noexcept;
-    void _AgrandirDicoAuBesoin(uint32_t dwCode);
-    // Adds (prefix, character) at the next free code; false when the probes find no free slot.
+    // Enters (prefix, character) as the next free code in a free slot of the hash table.
     bool _bAjouteDico(uint32_t dwPrefixe, uint8_t byCaractere, uint32_t dwSlot) noexcept;
 
-    std::vector<uint32_t> m_tabDico;     // code -> prefix << 8 | character, grown on demand
-    std::unique_ptr<uint16_t[]> m_pwHash;  // 131,072 slots holding a code, 0 for free
+    // The dictionary of the coder, hashed: 131,072 slots, each a code (0 for free) and, beside it so
+    // that a probe reads both at once, the string it stands for (prefix << 8 | character).
+    std::unique_ptr<uint16_t[]> m_pwHash;
+    std::unique_ptr<uint32_t[]> m_pdwCles;
     std::unique_ptr<STEntreeDecodage[]> m_pstDecodage;
     uint32_t m_dwProchain = 0;
     uint32_t m_dwLargeur = 0;
@@ -103,7 +104,7 @@ private:
     double m_dMeilleurRatio = 0;
 };
 
-// LZW of the older kind: codes from 9 bits up, most significant bits first, singles bytes as codes
+// LZW of the older kind: codes from 9 bits up, most significant bits first, single bytes as codes
 // 0 to 255. Code 0x100 is an escape followed by a sub-code: 0 the code 0x100 itself, 1 a reset,
 // 2 one more bit a code, 3 the end.
 class CVieuxBlocCompresseur : public CCompresseurBase {

@@ -28,7 +28,7 @@ public:
     explicit CSource(const Octets& tab, size_t nMorceau = SIZE_MAX) : m_tab(tab), m_nMorceau(nMorceau) {}
     long nLit(uint8_t* pby, size_t nTaille) noexcept override {
         const size_t n = std::min({nTaille, m_tab.size() - m_nPos, m_nMorceau});
-        std::memcpy(pby, m_tab.data() + m_nPos, n);
+        if (n > 0) std::memcpy(pby, m_tab.data() + m_nPos, n);
         m_nPos += n;
         return static_cast<long>(n);
     }

@@ -13,7 +13,6 @@
 //   - after the last code the coder adds one string of the stand-in character 0x0F, so that the
 //     end code 0x101 goes out at the width the decoder expects.
 // With the dictionary full (next = 0x10000) neither adds and both stay at 16 bits.
-#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -32,7 +31,6 @@ constexpr uint32_t kLargeurMin = 9;
 constexpr uint32_t kLargeurMax = 16;
 constexpr uint32_t kLimiteInitiale = 1u << kLargeurMin;
 constexpr uint8_t kCaractereFin = 0x0F;
-constexpr uint32_t kTailleDicoInitiale = 4096;
 
 inline uint32_t dwHash(uint32_t dwPrefixe, uint32_t dwCaractere) noexcept {
     return (dwCaractere * 0x200 + 1 + dwPrefixe * 2) & (kNbSlots - 1);
@@ -53,16 +51,9 @@ struct CZLWCompresseur::STEntreeDecodage {
 CZLWCompresseur::CZLWCompresseur() = default;
 CZLWCompresseur::~CZLWCompresseur() = default;
 
-void CZLWCompresseur::_AgrandirDicoAuBesoin(uint32_t dwCode) {
-    if (dwCode < m_tabDico.size()) return;
-    size_t nTaille = std::max<size_t>(kTailleDicoInitiale, m_tabDico.size() * 2);
-    while (nTaille <= dwCode) nTaille *= 2;
-    m_tabDico.resize(std::min<size_t>(nTaille, kNbCodes));
-}
-
 void CZLWCompresseur::_InitDico() noexcept {
+    // Only the codes are cleared: a key counts only beside a code.
     std::memset(m_pwHash.get(), 0, kNbSlots * sizeof(uint16_t));
-    for (uint32_t b = 0; b < 256; ++b) m_tabDico[b + 1] = b;
     m_dwProchain = kPremierLibre;
     m_dwLargeur = kLargeurMin;
     m_dwLimite = kLimiteInitiale;
@@ -70,7 +61,7 @@ void CZLWCompresseur::_InitDico() noexcept {
 }
 
 bool CZLWCompresseur::_bAjouteDico(uint32_t dwPrefixe, uint8_t byCaractere, uint32_t dwSlot) noexcept {
-    m_tabDico[m_dwProchain] = dwPrefixe << 8 | byCaractere;
+    m_pdwCles[dwSlot] = dwPrefixe << 8 | byCaractere;
     m_pwHash[dwSlot] = static_cast<uint16_t>(m_dwProchain);
     ++m_dwProchain;
     if (m_dwLargeur < kLargeurMax && m_dwProchain > m_dwLimite) {
@@ -84,8 +75,10 @@ uint32_t CZLWCompresseur::_dwCompression() {
     const uint32_t dwTaille = m_dwTailleEntree;
     if (dwTaille < kdwTailleMinimale) return _dwCompresseCopie();
     if (static_cast<uint64_t>(m_dwTailleSortie) < static_cast<uint64_t>(dwTaille) + kdwTailleEnteteCopie) return 0;
-    if (!m_pwHash) m_pwHash.reset(new uint16_t[kNbSlots]);
-    _AgrandirDicoAuBesoin(kTailleDicoInitiale - 1);
+    if (!m_pwHash) {
+        m_pwHash.reset(new uint16_t[kNbSlots]);
+        m_pdwCles.reset(new uint32_t[kNbSlots]);
+    }
     _InitDico();
 
     // The packed form gives way to the stored one as soon as the block would reach the input
@@ -93,8 +86,8 @@ uint32_t CZLWCompresseur::_dwCompression() {
     uint8_t* const pbyPacke = m_pbySortie + kdwTailleEntete;
     ovbloc::STEcrivainLSB stEcrivain{pbyPacke, m_pbySortie + (static_cast<uint64_t>(dwTaille) + 2)};
     const uint8_t* const pbyEntree = m_pbyEntree;
-    uint32_t* pdwDico = m_tabDico.data();
-    uint16_t* const pwHash = m_pwHash.get();
+    const uint32_t* const pdwCles = m_pdwCles.get();
+    const uint16_t* const pwHash = m_pwHash.get();
 
     uint32_t dwChaine = pbyEntree[0] + 1u;
     for (uint32_t dwPos = 1; dwPos < dwTaille; ++dwPos) {
@@ -102,22 +95,20 @@ uint32_t CZLWCompresseur::_dwCompression() {
         const uint32_t dwCle = dwChaine << 8 | byCaractere;
         uint32_t dwSlot = dwHash(dwChaine, byCaractere);
         uint32_t dwCode = pwHash[dwSlot];
-        if (dwCode != 0 && pdwDico[dwCode] != dwCle) {
+        if (dwCode != 0 && pdwCles[dwSlot] != dwCle) {
             for (uint32_t i = 0; i < kNbSondes; ++i) {
                 dwSlot = dwSonde(dwSlot, i);
                 dwCode = pwHash[dwSlot];
-                if (dwCode == 0 || pdwDico[dwCode] == dwCle) break;
+                if (dwCode == 0 || pdwCles[dwSlot] == dwCle) break;
             }
         }
-        if (dwCode != 0 && pdwDico[dwCode] == dwCle) {
+        if (dwCode != 0 && pdwCles[dwSlot] == dwCle) {
             dwChaine = dwCode;
             continue;
         }
         if (!stEcrivain.bEcrit(dwChaine, m_dwLargeur)) return _dwCompresseCopie();
         if (m_dwProchain < kNbCodes) {
             if (dwCode == 0) {
-                _AgrandirDicoAuBesoin(m_dwProchain);
-                pdwDico = m_tabDico.data();
                 _bAjouteDico(dwChaine, byCaractere, dwSlot);
             } else {
                 // Every probe taken: a fresh dictionary, announced at the width the decoder holds.
@@ -151,7 +142,6 @@ uint32_t CZLWCompresseur::_dwCompression() {
             bLibre = pwHash[dwSlot] == 0;
         }
         if (bLibre) {
-            _AgrandirDicoAuBesoin(m_dwProchain);
             _bAjouteDico(dwChaine, kCaractereFin, dwSlot);
         } else if (m_dwProchain == m_dwLimite && m_dwLargeur < kLargeurMax) {
             ++m_dwLargeur;

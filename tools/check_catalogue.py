@@ -129,8 +129,34 @@ def clParse(sText):
     return clCatalogue
 
 
-def Check(clCatalogue, setValidCodes, nExpectedRows=None, sReference=None):
-    """Returns (report lines, number of faults). sReference: the text of reference.md."""
+def sUnescaped(sText):
+    """A doc text as the generator reads it: backslash escapes of quote and backslash undone."""
+    return re.sub(r'\\(.)', r'\1', sText)
+
+
+def tabReferenceEntries(sReference):
+    """(name, doc line, overload count, says no body) per function of reference.md, in order."""
+    tabEntries = []
+    for sBlock in re.split(r'^### ', sReference, flags=re.M)[1:]:
+        tabLines = [sUnescaped(s) for s in sBlock.split('\n')]
+        sDoc = tabLines[2] if len(tabLines) > 2 else ''
+        tabEntries.append((tabLines[0], sDoc, sum(s.startswith('- `') for s in tabLines),
+                           'No body on this platform.' in sBlock))
+    return tabEntries
+
+
+def tabDocsHeaderEntries(sHeader):
+    """(name, line) per entry of catalogue_docs.h, its C literals read back to text."""
+    def sLiteral(s):
+        return re.sub(rb'\\([0-7]{3}|.)', lambda m: bytes([int(m.group(1), 8)]) if len(m.group(1)) == 3
+                      else m.group(1), s.encode()).decode('utf-8')
+    return [(sLiteral(a), sLiteral(b))
+            for a, b in re.findall(r'^\s*\{"((?:[^"\\]|\\.)*)", "((?:[^"\\]|\\.)*)"\},$', sHeader, re.M)]
+
+
+def Check(clCatalogue, setValidCodes, nExpectedRows=None, sReference=None, sDocs=None):
+    """Returns (report lines, number of faults). sReference: the text of reference.md; sDocs: that
+    of catalogue_docs.h."""
     tabOut, nFaults = [], 0
 
     def Fault(sMessage):
@@ -212,10 +238,27 @@ def Check(clCatalogue, setValidCodes, nExpectedRows=None, sReference=None):
             Fault('line %d: the doc line of %s is longer than %d characters'
                   % (r['nLine'], r['sName'], nMaxDocLength))
     if sReference is not None:
-        nListed = len(re.findall(r'^### ', sReference, re.M))
-        tabOut.append('functions in the reference: %d' % nListed)
-        if nListed != len(tabRows):
-            Fault('the reference lists %d functions, the catalogue has %d rows' % (nListed, len(tabRows)))
+        tabEntries = tabReferenceEntries(sReference)
+        tabOut.append('functions in the reference: %d' % len(tabEntries))
+        if len(tabEntries) != len(tabRows):
+            Fault('the reference lists %d functions, the catalogue has %d rows' % (len(tabEntries), len(tabRows)))
+        for r, (sName, sDoc, nOverloads, bNoBody) in zip(tabRows, tabEntries):
+            rOwner = mapByRow.get(r['nAlias'], r) if r['nAlias'] is not None else r
+            if (sName, sDoc) != (r['sName'], sUnescaped(r['sDoc'] or '')):
+                Fault('row %d: the reference has %s, "%s"' % (r['nRow'], sName, sDoc))
+            elif nOverloads != len(rOwner['tabOverloads']):
+                Fault('row %d: the reference shows %d overloads of %d' % (r['nRow'], nOverloads, len(rOwner['tabOverloads'])))
+            elif r['bStar'] and not bNoBody:
+                Fault('row %d: the reference does not say that %s has no body' % (r['nRow'], sName))
+    if sDocs is not None:
+        tabDocs = tabDocsHeaderEntries(sDocs)
+        tabOut.append('names in the docs header: %d' % len(tabDocs))
+        mapExpected = {r['sName']: sUnescaped(r['sDoc'] or '') for r in tabRows}
+        if [s for s, _ in tabDocs] != sorted(mapExpected, key=lambda s: s.encode()):
+            Fault('the docs header does not hold each name once, in byte order')
+        for sName, sDoc in tabDocs:
+            if mapExpected.get(sName) != sDoc:
+                Fault('the docs header gives %s the line "%s"' % (sName, sDoc))
 
     tabOverloads = [o for r in tabRows for o in r['tabOverloads']]
     tabOut.append('starred rows: %d' % sum(r['bStar'] for r in tabRows))
@@ -329,12 +372,36 @@ class CSelfTest(unittest.TestCase):
             self.assertTrue(any(sExpected in s for s in tabReport),
                             'case of line %d: %r not in %r' % (nCase, sExpected, tabReport))
 
-    def test_reference_lists_every_row(self):
-        sReference = '# Language functions\n\n## Dates\n\n### DateSys\n\n### fOuvre\n\n### DateSys\n'
-        self.assertEqual(self.Run(sTestGood, 3, sReference)[1], 0)
-        tabReport, nFaults = self.Run(sTestGood, 3, sReference.rsplit('###', 1)[0])
-        self.assertEqual(nFaults, 1)
-        self.assertIn('  the reference lists 2 functions, the catalogue has 3 rows', tabReport)
+    def test_reference_shows_every_row_as_the_catalogue_has_it(self):
+        sDate = "### DateSys\n\nReturns today's date, or sets it\n\n- `DateSys() -> string`\n- `DateSys(text) -> void`\n\n"
+        sReference = ('# Language functions\n\n## Dates\n\n' + sDate +
+                      '### fOuvre\n\nOpens a file named "like this"\n\n- `fOuvre(manip, int) -> int`\n\n' +
+                      sDate + 'Row 2. No body on this platform.\n')
+        tabReport, nFaults = self.Run(sTestGood, 3, sReference)
+        self.assertEqual(nFaults, 0, tabReport)
+        tabCases = [
+            (nLine(), sReference.rsplit('###', 1)[0], 'lists 2 functions, the catalogue has 3 rows'),
+            (nLine(), sReference.replace('like this', 'like that'), 'row 1: the reference has fOuvre'),
+            (nLine(), sReference.replace('- `fOuvre', '- `fOuvre(int) -> int`\n- `fOuvre'), 'shows 2 overloads of 1'),
+            (nLine(), sReference.replace(' No body on this platform.', ''), 'does not say that DateSys has no body'),
+        ]
+        for nCase, sText, sExpected in tabCases:
+            tabReport, nFaults = self.Run(sTestGood, 3, sText)
+            self.assertGreater(nFaults, 0, 'case of line %d' % nCase)
+            self.assertTrue(any(sExpected in s for s in tabReport),
+                            'case of line %d: %r not in %r' % (nCase, sExpected, tabReport))
+
+    def test_docs_header_holds_each_name_once_with_its_line(self):
+        sCatalogue = sTestGood.replace('Opens a file', 'Ouvre un fichier \U0001F600 à')
+        sHeader = ('{"DateSys", "Returns today\'s date, or sets it"},\n'
+                   '{"fOuvre", "Ouvre un fichier \\360\\237\\230\\200 \\303\\240 named \\"like this\\""},\n')
+        tabReport, nFaults = Check(clParse(sCatalogue), setReadTypeCodes(sTestHeader), 3, None, sHeader)
+        self.assertEqual(nFaults, 0, tabReport)
+        for sBroken, sExpected in [(sHeader.replace('à', 'a').replace('\\303\\240', 'a'), 'gives fOuvre the line'),
+                                   ('\n'.join(reversed(sHeader.split('\n'))), 'in byte order'),
+                                   (sHeader + sHeader, 'in byte order')]:
+            tabReport, nFaults = Check(clParse(sCatalogue), setReadTypeCodes(sTestHeader), 3, None, sBroken)
+            self.assertTrue(any(sExpected in s for s in tabReport), (sExpected, tabReport))
 
     def test_row_count_is_compared_with_the_expected_one(self):
         self.assertGreater(self.Run(sTestGood, 497)[1], 0)
@@ -354,6 +421,7 @@ def main():
     clArgs.add_argument('--types', default=sDefaultTypes)
     clArgs.add_argument('--rows', type=int, default=497)
     clArgs.add_argument('--reference', help='the reference.md made by the generator')
+    clArgs.add_argument('--docs', help='the catalogue_docs.h made by the generator')
     clArgs.add_argument('--self-test', action='store_true')
     clOptions = clArgs.parse_args()
     if clOptions.self_test:
@@ -362,11 +430,14 @@ def main():
         setValid = setReadTypeCodes(f.read())
     with open(clOptions.catalogue, encoding='utf-8') as f:
         clCatalogue = clParse(f.read())
-    sReference = None
+    sReference = sDocs = None
     if clOptions.reference:
         with open(clOptions.reference, encoding='utf-8') as f:
             sReference = f.read()
-    tabReport, nFaults = Check(clCatalogue, setValid, clOptions.rows, sReference)
+    if clOptions.docs:
+        with open(clOptions.docs, encoding='utf-8') as f:
+            sDocs = f.read()
+    tabReport, nFaults = Check(clCatalogue, setValid, clOptions.rows, sReference, sDocs)
     print('\n'.join(tabReport))
     print('faults: %d' % nFaults)
     return 1 if nFaults else 0
