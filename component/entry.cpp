@@ -11,6 +11,7 @@
 #include "component/composante.h"
 #include "component/execution.h"
 #include "component/tables.h"
+#include "component/version.h"
 #include "numeric/hasard.h"
 
 #define OV_EXPORT extern "C" __attribute__((visibility("default")))
@@ -38,7 +39,7 @@ const _stMyModuleInfo gstMyModuleInfo8 = {
     gnNbErrorDef8,
     8,
     "ov200std64.so",
-    "20.0.102.0",
+    gszVersionComposante,
     bGetResAnsi8,
     reinterpret_cast<void*>(&bInitLibrary),
     reinterpret_cast<void*>(&TermLibrary),

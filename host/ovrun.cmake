@@ -28,6 +28,8 @@ add_custom_command(
 
 add_library(ovrun_script STATIC
   ${CMAKE_CURRENT_LIST_DIR}/script.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/operators.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/line_editor.cpp
   ${CMAKE_CURRENT_LIST_DIR}/printer.cpp)
 target_include_directories(ovrun_script PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
 target_link_libraries(ovrun_script PUBLIC ovmachine)  # the value model lives with the machine
@@ -38,6 +40,8 @@ if(TARGET ovmachine)
   add_executable(ovrun ${CMAKE_CURRENT_LIST_DIR}/ovrun_main.cpp ${OV_TOUR_HEADER})
   target_include_directories(ovrun PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
   target_link_libraries(ovrun PRIVATE ovrun_script ovmachine)
+  target_compile_definitions(ovrun PRIVATE OV_VERSION_TEXT="${PROJECT_VERSION}")
+  add_dependencies(ovrun ov_generated)  # the describing lines of the catalogue
   # Beside ov200std64.so, where the machine looks for the library by default.
   set_target_properties(ovrun PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 endif()

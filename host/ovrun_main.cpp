@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include "generated/catalogue_docs.h"
+#include "host/line_editor.h"
 #include "host/machine.h"
 #include "host/printer.h"
 #include "host/script.h"
@@ -32,7 +34,8 @@ const char gszUsage[] =
     "\n"
     "  -e STATEMENT      run one statement (repeatable; each counts as a line)\n"
     "  FILE              run the statements of a script file\n"
-    "  -                 run the statements read from standard input\n"
+    "  -                 run the statements read from standard input; on a terminal, a prompt\n"
+    "                    where each line runs as it is entered (arrows walk the history)\n"
     "  --json            one JSON object per expression instead of text lines\n"
     "  --list            list the library's functions\n"
     "  --describe NAME   show the overloads of a function (or the value of a constant)\n"
@@ -41,6 +44,7 @@ const char gszUsage[] =
     "                    8-bit text; any other number (0, the default), wide text\n"
     "  --langue fr|en    the machine's language for date texts and masks (default: fr)\n"
     "  --interruption N  the user stops the program at the N-th check a function makes\n"
+    "  --version         ovrun's version, and the library's from its file\n"
     "  -h, --help        this text\n"
     "\n"
     "Two names are the machine's own: the procedure Trace prints each call a function makes of\n"
@@ -84,6 +88,7 @@ struct STOptions {
     int nModeChaine = 0;  // Unicode mode
     int nInterruption = 0;  // not armed
     bool bHelp = false;
+    bool bVersion = false;
 };
 
 void WriteOut(const std::string& sLine) {
@@ -155,6 +160,8 @@ bool bParseOptions(int nArgc, char** ppszArgv, STOptions* pstOptions, std::strin
             }
         } else if (!bOptionsEnded && (sArgument == "-h" || sArgument == "--help")) {
             pstOptions->bHelp = true;
+        } else if (!bOptionsEnded && sArgument == "--version") {
+            pstOptions->bVersion = true;
         } else if (!bOptionsEnded && sArgument.size() > 1 && sArgument[0] == '-') {
             *psError = "unknown option " + std::string(sArgument);
             return false;
@@ -227,6 +234,7 @@ int nList(const CStandInMachine& clMachine) {
 
 int nDescribe(const CStandInMachine& clMachine, const std::string& sName) {
     if (const STFunctionInfo* pstFunction = clMachine.pstFindFunction(sName)) {
+        if (const char* pszDoc = ovcatalogue::pszFunctionDoc(pstFunction->sName)) WriteOut(pszDoc);
         for (const STOverloadInfo& stOverload : pstFunction->tabOverloads)
             WriteOut(sDescribeOverload(pstFunction->sName, stOverload, &CStandInMachine::s_sTypeWord));
         return gnExitRan;
@@ -258,6 +266,33 @@ void WriteTraceJson(const std::vector<CValue>& tabArguments) {
     WriteOut(sLine + "]}");
 }
 
+// Runs one statement and shows its result; false when its call could not be made.
+bool bRunOne(CScriptRunner* pclRunner, const STStatement& stStatement, const std::string& sOrigin, bool bJson) {
+    STStatementResult stResult;
+    STScriptError stError;
+    if (!pclRunner->bRun(stStatement, &stResult, &stError)) {
+        std::fflush(stdout);
+        WriteError(sFormatScriptError(sOrigin, stError));
+        return false;
+    }
+        if (!stResult.sNote.empty()) {
+            std::fflush(stdout);
+            WriteError(sFormatScriptError(sOrigin, {stStatement.nLine, stStatement.nColumn, "note: " + stResult.sNote}));
+        }
+        const STCallError* pstCallError = stResult.bError ? &stResult.stError : nullptr;
+        if (bJson) {
+            if (stStatement.eKind == EStatementKind::Expression)
+                WriteOut(sJsonResult(stStatement.sSource, stResult.clValue, pstCallError));
+        } else {
+            // An assignment shows nothing, except a language error that would otherwise go unseen.
+            if (stStatement.eKind == EStatementKind::Expression) WriteOut(sFormatValue(stResult.clValue));
+            if (pstCallError != nullptr) WriteOut(sFormatCallError(*pstCallError));
+        }
+    // Results reach a pipe as they come, so a reader sees everything up to a crash of the library.
+    std::fflush(stdout);
+    return true;
+}
+
 int nRunStatements(IScriptHost* piHost, const std::vector<STStatement>& tabStatements, const std::string& sOrigin,
                    bool bJson, bool bEcho) {
     CScriptRunner clRunner(piHost);
@@ -274,29 +309,83 @@ int nRunStatements(IScriptHost* piHost, const std::vector<STStatement>& tabState
         }
         bAfterStatement = true;
         if (bNarrate) WriteOut("> " + stStatement.sSource);
-        STStatementResult stResult;
-        STScriptError stError;
-        if (!clRunner.bRun(stStatement, &stResult, &stError)) {
-            std::fflush(stdout);
-            WriteError(sFormatScriptError(sOrigin, stError));
-            return gnExitCallFailed;
-        }
-        if (!stResult.sNote.empty()) {
-            std::fflush(stdout);
-            WriteError(sFormatScriptError(sOrigin, {stStatement.nLine, stStatement.nColumn, "note: " + stResult.sNote}));
-        }
-        const STCallError* pstCallError = stResult.bError ? &stResult.stError : nullptr;
-        if (bJson) {
-            if (stStatement.eKind == EStatementKind::Expression)
-                WriteOut(sJsonResult(stStatement.sSource, stResult.clValue, pstCallError));
-        } else {
-            // An assignment shows nothing, except a language error that would otherwise go unseen.
-            if (stStatement.eKind == EStatementKind::Expression) WriteOut(sFormatValue(stResult.clValue));
-            if (pstCallError != nullptr) WriteOut(sFormatCallError(*pstCallError));
-        }
-        // Results reach a pipe as they come, so a reader sees everything up to a crash of the library.
-        std::fflush(stdout);
+        if (!bRunOne(&clRunner, stStatement, sOrigin, bJson)) return gnExitCallFailed;
     }
+    return gnExitRan;
+}
+
+// The prompt: each line is a statement, run as soon as it is entered; a mistake or a call that
+// cannot be made is shown and the session goes on. Names carry from line to line because every
+// new line is resolved after the lines accepted before it.
+int nPrompt(IScriptHost* piHost, bool bJson) {
+    CEditeurLigne clEditeur(STDIN_FILENO, STDOUT_FILENO);
+    CScriptRunner clRunner(piHost);
+    clRunner.SetTraceOutput(bJson ? WriteTraceJson : WriteTrace);
+    std::string sAccepted;
+    int nAccepted = 0;
+    std::string sLine;
+    while (clEditeur.bLitLigne("ovrun> ", &sLine)) {
+        clEditeur.AjouteHistorique(sLine);
+        const std::string sTrial = sAccepted + sLine + "\n";
+        std::vector<STStatement> tabStatements;
+        STScriptError stError;
+        if (!bParseScript(sTrial, &tabStatements, &stError) || !bResolveScript(&tabStatements, *piHost, &stError)) {
+            if (stError.nLine > nAccepted) stError.nLine -= nAccepted;
+            WriteError(sFormatScriptError("<prompt>", stError));
+            continue;
+        }
+        sAccepted = sTrial;
+        ++nAccepted;
+        for (STStatement& stStatement : tabStatements) {
+            if (stStatement.nLine != nAccepted || stStatement.eKind == EStatementKind::Remark) continue;
+            stStatement.nLine = 1;
+            bRunOne(&clRunner, stStatement, "<prompt>", bJson);
+        }
+    }
+    return gnExitRan;
+}
+
+// A value of the version block that tools read from a file's bytes: NUL-terminated names and
+// values between two markers.
+std::string sFileVersionValue(const std::string& sPath, const std::string& sKey) {
+    std::string sContent;
+    std::FILE* pFile = std::fopen(sPath.c_str(), "rb");
+    if (pFile == nullptr) return "";
+    const bool bRead = bReadAll(pFile, &sContent);
+    std::fclose(pFile);
+    if (!bRead) return "";
+    // Built in two parts, so that a search of this program's own bytes finds no marker.
+    const std::string sStart = std::string("VersionInfo") + "MarkStart";
+    const std::string sEnd = std::string("VersionInfo") + "MarkEnd";
+    const size_t nStart = sContent.find(sStart);
+    if (nStart == std::string::npos) return "";
+    const size_t nEnd = sContent.find(sEnd, nStart);
+    if (nEnd == std::string::npos) return "";
+    const std::string sWanted = "\\StringFileInfo\\000004E4\\" + sKey;
+    size_t n = nStart + sStart.size() + 1;
+    while (n < nEnd) {
+        const size_t nZero = sContent.find('\0', n);
+        if (nZero == std::string::npos || nZero >= nEnd) break;
+        if (sContent.compare(n, nZero - n, sWanted) == 0) {
+            const size_t nValueEnd = sContent.find('\0', nZero + 1);
+            return nValueEnd == std::string::npos || nValueEnd > nEnd ? "" : sContent.substr(nZero + 1, nValueEnd - nZero - 1);
+        }
+        n = nZero + 1;
+    }
+    return "";
+}
+
+int nVersion(const std::string& sLibraryPath) {
+    WriteOut(std::string("ovrun ") + OV_VERSION_TEXT);
+    CStandInMachine clMachine;
+    std::string sLoadError;
+    if (!clMachine.bLoad(sLibraryPath, &sLoadError)) {
+        WriteError("ovrun: " + (sLoadError.empty() ? "cannot load " + sLibraryPath : sLoadError));
+        return gnExitRefused;
+    }
+    const std::string sVersion = sFileVersionValue(sLibraryPath, "FileVersion");
+    WriteOut("ov200std64.so " + (sVersion.empty() ? std::string("(no version block)") : sVersion) + ", " +
+             std::to_string(clMachine.tabFunctions().size()) + " functions, " + sLibraryPath);
     return gnExitRan;
 }
 
@@ -313,6 +402,11 @@ int nMain(int nArgc, char** ppszArgv) {
         return gnExitRan;
     }
 
+    const std::string sLibraryPath =
+        stOptions.bLibrary ? stOptions.sLibraryPath : CStandInMachine::s_sDefaultLibraryPath();
+    if (stOptions.bVersion) return nVersion(sLibraryPath);
+    const bool bPrompt = stOptions.bScriptFile && stOptions.sScriptPath == "-" && isatty(STDIN_FILENO) != 0;
+
     // Read and parse first: a script with a syntax error is refused without loading anything.
     std::string sSource;
     std::string sOrigin;
@@ -321,6 +415,8 @@ int nMain(int nArgc, char** ppszArgv) {
     if (!stOptions.tabStatements.empty()) {
         sOrigin = "<command line>";
         for (const std::string& sStatement : stOptions.tabStatements) sSource += sStatement + "\n";
+    } else if (bPrompt) {
+        sOrigin = "<prompt>";
     } else if (stOptions.bScriptFile) {
         sOrigin = stOptions.sScriptPath == "-" ? "<stdin>" : stOptions.sScriptPath;
         std::string sReadError;
@@ -343,8 +439,6 @@ int nMain(int nArgc, char** ppszArgv) {
     // Declared before the machine, which points at it until it is gone.
     CDessinJauge clDessinJauge(STDERR_FILENO);
     CStandInMachine clMachine;
-    const std::string sLibraryPath =
-        stOptions.bLibrary ? stOptions.sLibraryPath : CStandInMachine::s_sDefaultLibraryPath();
     std::string sLoadError;
     if (!clMachine.bLoad(sLibraryPath, &sLoadError)) {
         WriteError("ovrun: " + (sLoadError.empty() ? "cannot load " + sLibraryPath : sLoadError));
@@ -360,6 +454,7 @@ int nMain(int nArgc, char** ppszArgv) {
     if (stOptions.bDescribe) return nDescribe(clMachine, stOptions.sDescribeName);
 
     CMachineScriptHost clHost(&clMachine);
+    if (bPrompt) return nPrompt(&clHost, stOptions.bJson);
     if (!bResolveScript(&tabStatements, clHost, &stError)) {
         WriteError(sFormatScriptError(sOrigin, stError));
         return gnExitRefused;

@@ -9,6 +9,7 @@
 #include <set>
 
 #include "component/interfaces/type_codes.h"
+#include "host/operators.h"
 #include "host/printer.h"
 #include "host/utf8.h"
 
@@ -22,6 +23,8 @@ constexpr int gnMaxNesting = 200;
 // Procedures that call the library that calls procedures again: each level costs a walk's frames
 // and a thunk's, so the bound is far lower than the nesting of one expression.
 constexpr int gnMaxProcedureDepth = 32;
+// Operators of one statement: far more than a line holds, few enough for the recursion.
+constexpr int gnMaxOperators = 1000;
 
 bool bFail(int nLine, int nColumn, std::string sMessage, STScriptError* pstError) {
     if (pstError != nullptr) {
@@ -94,8 +97,14 @@ public:
                 stToken.eKind = ETokenKind::Name;
                 while (m_nOffset < m_sSource.size() && bIsNameChar(m_sSource[m_nOffset])) Advance(1);
                 stToken.sText = std::string(m_sSource.substr(stToken.nOffset, m_nOffset - stToken.nOffset));
-            } else if (bIsDigit(c) || c == '-') {
+            } else if (bIsDigit(c) || (c == '-' && bIsDigit(cNext()) && !bAfterValue(*ptabTokens))) {
                 if (!bReadNumber(&stToken, pstError)) return false;
+            } else if (c == '+' || c == '-' || c == '*' || c == '/' || c == '|' || c == '&' || c == '<' || c == '>') {
+                stToken.eKind = ETokenKind::Operator;
+                const bool bPair = (c == '<' && (cNext() == '=' || cNext() == '>')) || (c == '>' && cNext() == '=');
+                stToken.sText = std::string(m_sSource.substr(m_nOffset, bPair ? 2 : 1));
+                Advance(1);
+                if (bPair) Advance(1);
             } else {
                 size_t nLength;
                 int32_t nCodePoint = nDecodeUtf8(m_sSource.substr(m_nOffset), &nLength);
@@ -115,6 +124,13 @@ public:
     }
 
 private:
+    // A minus right after a value is the operator ("a-1"); elsewhere it starts a negative number.
+    static bool bAfterValue(const std::vector<STToken>& tabTokens) {
+        if (tabTokens.empty()) return false;
+        const ETokenKind e = tabTokens.back().eKind;
+        return e == ETokenKind::Literal || e == ETokenKind::Name || e == ETokenKind::RightParen;
+    }
+
     bool bAtEnd() const { return m_nOffset >= m_sSource.size(); }
     char cCurrent() const { return bAtEnd() ? '\0' : m_sSource[m_nOffset]; }
     char cNext() const { return m_nOffset + 1 < m_sSource.size() ? m_sSource[m_nOffset + 1] : '\0'; }
@@ -400,6 +416,7 @@ private:
         case ETokenKind::RightParen: return "')'";
         case ETokenKind::Comma: return "','";
         case ETokenKind::Equals: return "'='";
+        case ETokenKind::Operator: return "'" + stToken.sText + "'";
         case ETokenKind::Comment:
         case ETokenKind::EndOfLine:
         case ETokenKind::EndOfScript: return "the end of the line";
@@ -410,6 +427,7 @@ private:
     bool bParseStatement(STStatement* pstStatement, STScriptError* pstError) {
         const STToken& stFirst = stCurrent();
         const size_t nFirst = m_nIndex;
+        m_nOperators = 0;
         pstStatement->nLine = stFirst.nLine;
         pstStatement->nColumn = stFirst.nColumn;
         if (stFirst.eKind == ETokenKind::Name && stFirst.sText == "procedure" && stNext().eKind == ETokenKind::Name) {
@@ -477,7 +495,72 @@ private:
         return true;
     }
 
-    bool bParseExpression(STExpression* pstExpression, int nDepth, STScriptError* pstError) {
+    // The operator of the current token, "" when it is none: '=' compares inside an expression.
+    std::string sOperatorHere() const {
+        const STToken& st = stCurrent();
+        if (st.eKind == ETokenKind::Operator) return st.sText;
+        if (st.eKind == ETokenKind::Equals) return "=";
+        return "";
+    }
+
+    // Precedence climbing: operands, then operators binding at least nMinimum, left to right.
+    bool bParseExpression(STExpression* pstExpression, int nDepth, STScriptError* pstError, int nMinimum = 1) {
+        if (!bParseUnary(pstExpression, nDepth, pstError)) return false;
+        for (;;) {
+            const std::string sOperator = sOperatorHere();
+            const int nPrecedence = nOperatorPrecedence(sOperator);
+            if (nPrecedence == 0 || nPrecedence < nMinimum) return true;
+            const STToken& stOperator = stCurrent();
+            // A left-leaning chain grows the tree one level an operator, and the resolver and the
+            // runner recurse through it: bound the operators of a statement.
+            if (++m_nOperators > gnMaxOperators)
+                return bFail(stOperator.nLine, stOperator.nColumn, "too many operators in one statement", pstError);
+            STExpression stNode;
+            stNode.eKind = EExpressionKind::Operator;
+            stNode.nLine = stOperator.nLine;
+            stNode.nColumn = stOperator.nColumn;
+            stNode.sName = sOperator;
+            ++m_nIndex;
+            STExpression stRight;
+            if (!bParseExpression(&stRight, nDepth + 1, pstError, nPrecedence + 1)) return false;
+            stNode.tabArguments.push_back(std::move(*pstExpression));
+            stNode.tabArguments.push_back(std::move(stRight));
+            *pstExpression = std::move(stNode);
+        }
+    }
+
+    bool bParseUnary(STExpression* pstExpression, int nDepth, STScriptError* pstError) {
+        const STToken& stToken = stCurrent();
+        if (nDepth > gnMaxNesting)
+            return bFail(stToken.nLine, stToken.nColumn, "expression nested too deeply", pstError);
+        if (stToken.eKind == ETokenKind::Operator && stToken.sText == "-") {
+            if (++m_nOperators > gnMaxOperators)
+                return bFail(stToken.nLine, stToken.nColumn, "too many operators in one statement", pstError);
+            pstExpression->eKind = EExpressionKind::Operator;
+            pstExpression->nLine = stToken.nLine;
+            pstExpression->nColumn = stToken.nColumn;
+            pstExpression->sName = "-";
+            ++m_nIndex;
+            STExpression stOperand;
+            if (!bParseUnary(&stOperand, nDepth + 1, pstError)) return false;
+            pstExpression->tabArguments.push_back(std::move(stOperand));
+            return true;
+        }
+        if (stToken.eKind == ETokenKind::LeftParen) {
+            ++m_nIndex;
+            if (!bParseExpression(pstExpression, nDepth + 1, pstError)) return false;
+            if (stCurrent().eKind != ETokenKind::RightParen)
+                return bFail(stCurrent().nLine, stCurrent().nColumn,
+                             "expected ')' to close the '(' at column " + std::to_string(stToken.nColumn) +
+                                 ", found " + sDescribe(stCurrent()),
+                             pstError);
+            ++m_nIndex;
+            return true;
+        }
+        return bParsePrimary(pstExpression, nDepth, pstError);
+    }
+
+    bool bParsePrimary(STExpression* pstExpression, int nDepth, STScriptError* pstError) {
         const STToken& stToken = stCurrent();
         if (nDepth > gnMaxNesting)
             return bFail(stToken.nLine, stToken.nColumn, "calls nested too deeply", pstError);
@@ -530,6 +613,7 @@ private:
     std::string_view m_sSource;
     const std::vector<STToken>& m_tabTokens;
     size_t m_nIndex = 0;
+    int m_nOperators = 0;  // in the statement being parsed
 };
 
 bool bFits(const STOverloadInfo& stOverload, size_t nCount) {
@@ -615,7 +699,29 @@ private:
         case EExpressionKind::Variable: return true;
         case EExpressionKind::Name: return bResolveName(pstExpression, pstError);
         case EExpressionKind::Call: return bResolveCall(pstExpression, pstError);
+        case EExpressionKind::Operator: return bResolveOperator(pstExpression, pstError);
         }
+        return true;
+    }
+
+    // Written values are combined now, so that "foLecture + foUnicode" reaches the call as one
+    // number and a division by zero in the text stops the script before anything runs.
+    bool bResolveOperator(STExpression* pstOperator, STScriptError* pstError) {
+        bool bAllLiterals = true;
+        for (STExpression& stOperand : pstOperator->tabArguments) {
+            if (!bResolve(&stOperand, pstError)) return false;
+            bAllLiterals = bAllLiterals && stOperand.eKind == EExpressionKind::Literal;
+        }
+        if (!bAllLiterals) return true;
+        const std::vector<STExpression>& tab = pstOperator->tabArguments;
+        CValue clResult;
+        std::string sMessage;
+        if (!bApplyOperator(pstOperator->sName, tab[0].clValue, tab.size() > 1 ? &tab[1].clValue : nullptr, &clResult,
+                            &sMessage))
+            return bFail(pstOperator->nLine, pstOperator->nColumn, sMessage, pstError);
+        pstOperator->eKind = EExpressionKind::Literal;
+        pstOperator->clValue = std::move(clResult);
+        pstOperator->tabArguments.clear();
         return true;
     }
 
@@ -813,6 +919,17 @@ bool CScriptRunner::bEvaluate(const STExpression& stExpression, CValue* pclValue
     case EExpressionKind::Name:
         return bFail(stExpression.nLine, stExpression.nColumn, "unresolved name '" + stExpression.sName + "'",
                      pstError);
+    case EExpressionKind::Operator: {
+        CValue clLeft;
+        CValue clRight;
+        if (!bEvaluate(stExpression.tabArguments[0], &clLeft, pstResult, pstError)) return false;
+        const bool bBinary = stExpression.tabArguments.size() > 1;
+        if (bBinary && !bEvaluate(stExpression.tabArguments[1], &clRight, pstResult, pstError)) return false;
+        std::string sMessage;
+        if (!bApplyOperator(stExpression.sName, clLeft, bBinary ? &clRight : nullptr, pclValue, &sMessage))
+            return bFail(stExpression.nLine, stExpression.nColumn, sMessage, pstError);
+        return true;
+    }
     case EExpressionKind::Call: break;
     }
     std::vector<CValue> tabArguments(stExpression.tabArguments.size());

@@ -32,7 +32,8 @@ enum class ETokenKind {
     LeftParen,
     RightParen,
     Comma,
-    Equals,
+    Equals,      // assignment at the head of a statement, comparison inside an expression
+    Operator,    // + - * / | & < > <= >= <>, in sText
     Comment,     // "//" to the end of the line; sText holds what follows the slashes
     EndOfLine,
     EndOfScript,
@@ -57,6 +58,7 @@ enum class EExpressionKind {
     Name,      // before resolution: a bare name
     Variable,  // after resolution
     Call,
+    Operator,  // sName the operator; one argument (unary minus) or two
 };
 
 struct STExpression {
@@ -65,7 +67,7 @@ struct STExpression {
     int nColumn = 0;
     CValue clValue;                         // Literal
     std::string sName;                      // Name, Variable, Call
-    std::vector<STExpression> tabArguments;  // Call
+    std::vector<STExpression> tabArguments;  // Call, Operator
     // Call, after resolution: argument positions that some fitting overload takes by reference;
     // a variable given there receives what the function writes.
     std::vector<bool> tabWriteBack;

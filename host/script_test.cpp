@@ -110,7 +110,10 @@ TEST(ScriptSyntax, ReportsTheFirstMistakeWithItsPlace) {
         {__LINE__, "1.", 1, 3, "digits expected after the decimal point"},
         {__LINE__, "1e+", 1, 4, "digits expected in the exponent"},
         {__LINE__, "0x", 1, 1, "hexadecimal digits expected"},
-        {__LINE__, "- 1", 1, 1, "'-' is only written before a number"},
+        {__LINE__, "(1 + 2", 1, 7, "expected ')' to close the '(' at column 1"},
+        {__LINE__, "1 + 2)", 1, 6, "unexpected ')' after the statement"},
+        {__LINE__, "1 +", 1, 4, "expected a value"},
+        {__LINE__, "1 * * 2", 1, 5, "expected a value, a name or a call, found '*'"},
         {__LINE__, "RVB(1, 2", 1, 9, "expected ',' or ')' in the call of RVB, found the end of the line"},
         {__LINE__, "RVB(1 2)", 1, 7, "expected ',' or ')'"},
         {__LINE__, "RVB(1,)", 1, 7, "expected a value, a name or a call, found ')'"},
@@ -313,6 +316,66 @@ TEST(ScriptRun, EvaluatesNestedCallsVariablesAndConstants) {
     ExpectSameValue(tabResults[4].clValue, CValue::Int(7), __LINE__);
     // Arguments run before the call that receives them.
     EXPECT_EQ(clHost.tabCalls, (std::vector<std::string>{"RVB", "RVBRouge", "EstPair", "RVB", "RVBRouge"}));
+}
+
+TEST(ScriptOperators, CombineWithTheUsualPrecedence) {
+    struct STCase {
+        int nLine;
+        const char* pszSource;
+        CValue clExpected;
+    };
+    const STCase tabCases[] = {
+        {__LINE__, "foLecture + 2 * 3", CValue::Int(7)},
+        {__LINE__, "(foLecture + 2) * 3", CValue::Int(9)},
+        {__LINE__, "8 | foLecture", CValue::Int(9)},
+        {__LINE__, "12 & 4 | 1", CValue::Int(5)},
+        {__LINE__, "1 + 2 = 3", CValue::Bool(true)},
+        {__LINE__, "7-2-1", CValue::Int(4)},
+        {__LINE__, "-(2 + 3)", CValue::Int(-5)},
+        {__LINE__, "7 / 2", CValue::Real(3.5)},
+        {__LINE__, "6 / -3", CValue::Int(-2)},
+        {__LINE__, "2147483647 + 1", CValue::Int64(2147483648)},
+        {__LINE__, "\"Élan \" + \"😀\"", CValue::Text(L"Élan 😀")},
+        {__LINE__, "\"é\" < \"f\"", CValue::Bool(false)},  // by character: é comes after f
+        {__LINE__, "x\"01\" + x\"ff\" <> x\"01ff\"", CValue::Bool(false)},
+        {__LINE__, "Vrai | Faux", CValue::Bool(true)},
+    };
+    CFakeHost clHost;
+    for (const STCase& stCase : tabCases) {
+        auto tabResults = tabRun(stCase.pszSource, &clHost);
+        ASSERT_EQ(tabResults.size(), 1u) << "line " << stCase.nLine;
+        ExpectSameValue(tabResults[0].clValue, stCase.clExpected, stCase.nLine);
+    }
+    // Written values fold before anything runs; a call's result is combined when it comes.
+    auto tabResults = tabRun("EstPair(RVBRouge(RVB(3, 0, 0)) * 2 + 1) = Faux", &clHost);
+    ExpectSameValue(tabResults[0].clValue, CValue::Bool(true), __LINE__);
+}
+
+TEST(ScriptOperators, RefuseWhatTheyDoNotTakeBeforeAnythingRuns) {
+    const STErrorCase tabCases[] = {
+        {__LINE__, "EstPair(1)\nx = 4 / (2 - 2)", 2, 7, "division by zero"},
+        {__LINE__, "\"a\" * 2", 1, 5, "'*' does not apply to text and int"},
+        {__LINE__, "\"a\" | 1", 1, 5, "'|' does not apply"},
+        {__LINE__, "9223372036854775807 + 1", 1, 21, "does not fit in 64 bits"},
+        {__LINE__, "-\"a\"", 1, 1, "'-' does not apply to text"},
+        {__LINE__, "\"a\" < 1", 1, 5, "'<' does not apply to text and int"},
+    };
+    CFakeHost clHost;
+    for (const STErrorCase& stCase : tabCases) {
+        std::vector<STStatement> tabStatements;
+        STScriptError stError;
+        ASSERT_TRUE(bParseScript(stCase.sSource, &tabStatements, &stError)) << "line " << stCase.nLine;
+        EXPECT_FALSE(bResolveScript(&tabStatements, clHost, &stError)) << "line " << stCase.nLine;
+        EXPECT_EQ(stError.nLine, stCase.nErrorLine) << "line " << stCase.nLine;
+        EXPECT_EQ(stError.nColumn, stCase.nErrorColumn) << "line " << stCase.nLine;
+        EXPECT_NE(stError.sMessage.find(stCase.pszMessagePart), std::string::npos)
+            << "line " << stCase.nLine << ": " << stError.sMessage;
+    }
+    EXPECT_TRUE(clHost.tabCalls.empty());
+    // A long chain is bounded, not a deep recursion.
+    std::string sChain = "1";
+    for (int n = 0; n < 100000; ++n) sChain += "+1";
+    EXPECT_NE(stParseFailure(sChain).sMessage.find("too many operators"), std::string::npos);
 }
 
 TEST(ScriptRun, ByReferenceArgumentFillsTheVariable) {
