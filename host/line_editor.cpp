@@ -42,10 +42,10 @@ public:
         st.c_cflag |= CS8;
         st.c_cc[VMIN] = 1;
         st.c_cc[VTIME] = 0;
-        m_bActif = tcsetattr(nFd, TCSAFLUSH, &st) == 0;
+        m_bActif = tcsetattr(nFd, TCSADRAIN, &st) == 0;  // DRAIN, not FLUSH: keep what was typed ahead
     }
     ~CModeBrut() {
-        if (m_bActif) tcsetattr(m_nFd, TCSAFLUSH, &m_stAvant);
+        if (m_bActif) tcsetattr(m_nFd, TCSADRAIN, &m_stAvant);
     }
     CModeBrut(const CModeBrut&) = delete;
     CModeBrut& operator=(const CModeBrut&) = delete;

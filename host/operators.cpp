@@ -93,11 +93,9 @@ bool bComparison(std::string_view sOperator, const CValue& a, const CValue& b, C
 }  // namespace
 
 int nOperatorPrecedence(std::string_view s) {
-    if (s == "*" || s == "/") return 5;
-    if (s == "+" || s == "-") return 4;
-    if (s == "=" || s == "<>" || s == "<" || s == ">" || s == "<=" || s == ">=") return 3;
-    if (s == "&") return 2;
-    if (s == "|") return 1;
+    if (s == "*" || s == "/" || s == "&") return 3;
+    if (s == "+" || s == "-" || s == "|") return 2;
+    if (s == "=" || s == "<>" || s == "<" || s == ">" || s == "<=" || s == ">=") return 1;
     return 0;
 }
 
@@ -115,7 +113,7 @@ bool bApplyOperator(std::string_view sOperator, const CValue& a, const CValue* p
         return true;
     }
     const CValue& b = *pclRight;
-    if (nOperatorPrecedence(sOperator) == 3) return bComparison(sOperator, a, b, pclResult, psError);
+    if (nOperatorPrecedence(sOperator) == 1) return bComparison(sOperator, a, b, pclResult, psError);
 
     if (sOperator == "+" && a.eKind == b.eKind &&
         (a.eKind == EValueKind::Text || a.eKind == EValueKind::Ansi || a.eKind == EValueKind::Buffer)) {

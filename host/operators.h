@@ -10,12 +10,12 @@
 
 namespace ovhost {
 
-// Binding strength of a binary operator, higher binds tighter; 0 for a text that is none.
-//   5  * /
-//   4  + -
-//   3  = <> < > <= >=
-//   2  &
-//   1  |
+// Binding strength of a binary operator, higher binds tighter; 0 for a text that is none. As in
+// the business languages: "&" multiplies and "|" adds, so flags combine with either, and every
+// comparison binds last ("a | b = c" compares the combined flags).
+//   3  * / &
+//   2  + - |
+//   1  = <> < > <= >=
 int nOperatorPrecedence(std::string_view sOperator);
 
 // Applies a binary operator, or the unary minus ("-" with pclRight null). False with a message

@@ -2,7 +2,10 @@
 // built library, judged by its output, its messages and its exit status.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -150,7 +153,9 @@ TEST_F(OvrunCli, NeverCrashesOnHostileInput) {
 TEST_F(OvrunCli, DescribesAndListsFunctions) {
     STRun stDescribe = stRun({"--describe", "RVB"});
     ASSERT_EQ(stDescribe.nStatus, 0) << stDescribe.sErr;
-    EXPECT_EQ(stDescribe.sOut.rfind("RVB(int, int, int) -> int\n", 0), 0u) << stDescribe.sOut;
+    // The catalogue's line on what the function does, then its overloads.
+    EXPECT_EQ(stDescribe.sOut.find("\nRVB(int, int, int) -> int\n"), stDescribe.sOut.find('\n')) << stDescribe.sOut;
+    EXPECT_NE(stDescribe.sOut.find("colour"), std::string::npos) << stDescribe.sOut;
     STRun stList = stRun({"--list"});
     ASSERT_EQ(stList.nStatus, 0) << stList.sErr;
     EXPECT_NE(stList.sOut.find("\nEstPair\n"), std::string::npos);
@@ -173,3 +178,75 @@ TEST_F(OvrunCli, TourRunsWithoutArguments) {
 }
 
 }  // namespace
+
+TEST_F(OvrunCli, OperatorsCombineFlagsByNameAndRefuseBeforeRunning) {
+    STRun stResult = stRun({"-e", "foLecture + foUnicode = foLecture | foUnicode", "-e", "(1 + 2) * -3"});
+    ASSERT_EQ(stResult.nStatus, 0) << stResult.sErr;
+    EXPECT_EQ(stResult.sOut, "Vrai\n-9\n");
+    stResult = stRun({"-e", "EstPair(4)", "-e", "x = 1 / (3 - 3)"});
+    EXPECT_EQ(stResult.nStatus, 2);
+    EXPECT_EQ(stResult.sOut, "");
+    EXPECT_EQ(stResult.sErr.rfind("<command line>:2:7: division by zero", 0), 0u) << stResult.sErr;
+}
+
+TEST_F(OvrunCli, VersionOfTheProgramAndOfTheLibraryFile) {
+    STRun stResult = stRun({"--version"});
+    ASSERT_EQ(stResult.nStatus, 0) << stResult.sErr;
+    EXPECT_EQ(stResult.sOut.rfind("ovrun 20.0.102.0\nov200std64.so 20.0.102.0, 497 functions, ", 0), 0u) << stResult.sOut;
+}
+
+// The prompt on a pseudo-terminal: each line runs as it is entered, names carry over, a mistake is
+// shown and the session goes on, the up arrow brings back the last line, Ctrl-D ends.
+TEST_F(OvrunCli, PromptRunsLineByLineWithHistory) {
+    const int nMaitre = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(nMaitre, 0);
+    ASSERT_TRUE(grantpt(nMaitre) == 0 && unlockpt(nMaitre) == 0);
+    const std::string sEsclave = ptsname(nMaitre);
+    const pid_t nPid = fork();
+    ASSERT_GE(nPid, 0);
+    if (nPid == 0) {
+        setsid();
+        const int nEsclave = open(sEsclave.c_str(), O_RDWR);
+        if (nEsclave < 0) _exit(126);
+        dup2(nEsclave, 0);
+        dup2(nEsclave, 1);
+        dup2(nEsclave, 2);
+        execl(OVRUN_PATH, OVRUN_PATH, "--library", OVRUN_LIBRARY_PATH, "-", static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    std::string sEcran;
+    // Reads what the terminal shows until sAttendu appears; gives up after 20 s of silence or
+    // when the program is gone, so a fault fails the test instead of hanging it.
+    auto bAttend = [&](const std::string& sAttendu) {
+        char sz[4096];
+        while (sEcran.find(sAttendu) == std::string::npos) {
+            pollfd stAttente{nMaitre, POLLIN, 0};
+            if (poll(&stAttente, 1, 20000) <= 0) break;
+            const ssize_t n = read(nMaitre, sz, sizeof sz);
+            if (n <= 0) break;
+            sEcran.append(sz, static_cast<size_t>(n));
+        }
+        return sEcran.find(sAttendu) != std::string::npos;
+    };
+    auto Tape = [&](const std::string& s) { ASSERT_EQ(write(nMaitre, s.data(), s.size()), static_cast<ssize_t>(s.size())); };
+    ASSERT_TRUE(bAttend("ovrun> ")) << sEcran;
+    sEcran.clear();
+    Tape("a = \"Noël \" + \"😀\"\r");
+    ASSERT_TRUE(bAttend("\n\rovrun> ")) << sEcran;
+    Tape("a + \"!\"\r");
+    ASSERT_TRUE(bAttend("Noël 😀!")) << sEcran;
+    ASSERT_TRUE(bAttend("\n\rovrun> ")) << sEcran;
+    sEcran.clear();
+    Tape("1 / 0\r");
+    ASSERT_TRUE(bAttend("<prompt>:1:3: division by zero")) << sEcran;
+    ASSERT_TRUE(bAttend("\n\rovrun> ")) << sEcran;
+    sEcran.clear();
+    // Up twice: back past the refused line to the one before it; Backspace edits it.
+    Tape("\x1b[A\x1b[A\x7f\x7f\x7f\"?\"\r");
+    ASSERT_TRUE(bAttend("Noël 😀?")) << sEcran;
+    Tape("\x04");
+    int nStatut = 0;
+    close(nMaitre);  // the program, if still there, gets a hangup and ends
+    ASSERT_EQ(waitpid(nPid, &nStatut, 0), nPid);
+    EXPECT_TRUE(WIFEXITED(nStatut) && WEXITSTATUS(nStatut) == 0) << sEcran;
+}
