@@ -12,7 +12,7 @@ dpkg-deb --info "$deb" >/dev/null
 dpkg-deb -x "$deb" "$scratch/root"
 ovrun="$scratch/root/usr/bin/ovrun"
 test -x "$ovrun"
-for f in usr/share/man/man1/ovrun.1 usr/include/ov200/component/interfaces/machine.h; do
+for f in usr/share/man/man1/ovrun.1 usr/share/doc/ov200std64/reference.md usr/include/ov200/component/interfaces/machine.h; do
   test -f "$scratch/root/$f" || { echo "package lacks $f"; exit 1; }
 done
 ls "$scratch"/root/usr/lib*/ov200/ov200std64.so "$scratch"/root/usr/lib*/ov200/libovmachine.so >/dev/null
