@@ -164,7 +164,7 @@ private:
     void _AttacheOperations(int nType) noexcept;  // placement of the member class, payload untouched
     void _Vide() noexcept;                        // releases the payload: empty, type 0
 
-    int32_t m_nReserve;
+    [[maybe_unused]] int32_t m_nReserve;  // keeps the layout of the record
     alignas(8) unsigned char m_abyOperations[sizeof(void*)];
     uint16_t m_wType;
     alignas(8) unsigned char m_abyValeur[ANY_TAILLE_VALEUR];

@@ -15,6 +15,12 @@
 
 namespace {
 
+// The dynamic type of a value's operations object, read outside typeid's operand.
+const std::type_info& sTypeOperations(CAny& cl) {
+    const auto& rOperations = *cl.pclOperations();
+    return typeid(rOperations);
+}
+
 const wchar_t kszFrancais[] = L"Noël à l'été \U0001F384";
 
 // ---------------------------------------------------------------------------------------------
@@ -111,12 +117,12 @@ protected:
 TEST_F(AnyTest, TypeChangesSwapTheMemberInPlace) {
     CAny cl;
     EXPECT_EQ(cl.wGetType(), 0);
-    EXPECT_EQ(typeid(*cl.pclOperations()), typeid(CAny_Intern));
+    EXPECT_EQ(sTypeOperations(cl), typeid(CAny_Intern));
     cl.__SetType(0x0f);
     EXPECT_EQ(cl.wGetType(), 0x09);
-    EXPECT_EQ(typeid(*cl.pclOperations()), typeid(CAny_ZKI8));
+    EXPECT_EQ(sTypeOperations(cl), typeid(CAny_ZKI8));
     cl.SetI4(-7);
-    EXPECT_EQ(typeid(*cl.pclOperations()), typeid(CAny_ZKI4));
+    EXPECT_EQ(sTypeOperations(cl), typeid(CAny_ZKI4));
     // The same type with the keep switch leaves the value; without it the first 8 bytes go.
     cl.__SetType(0x08, 1);
     int n = 0;
@@ -255,7 +261,8 @@ TEST_F(AnyTest, CopiesShareStringBlocksAndKeepMarks) {
         CAny clC(std::move(clB));
         EXPECT_EQ(clTexte.nGetRef(), 3);
         EXPECT_EQ(clB.wGetType(), 0);
-        clC = clC;  // self-assignment leaves the value
+        CAny& clMeme = clC;
+        clC = clMeme;  // self-assignment leaves the value
         const wchar_t* psz = nullptr;
         ASSERT_EQ(clC.pclOperations()->nGetPCWSTR(&psz), 0);
         EXPECT_STREQ(psz, kszFrancais);
@@ -454,7 +461,7 @@ TEST_F(AnyTest, VariantsFilledByTheMachineGetTheirOperations) {
     memcpy(st.abyValeur, &pBloc, sizeof pBloc);
     memcpy(abyStockage, &st, sizeof st);
     CAny* pcl = CAny::s_pclAttacheOperations(abyStockage);
-    EXPECT_EQ(typeid(*pcl->pclOperations()), typeid(CAny_ZKDSTRW));
+    EXPECT_EQ(sTypeOperations(*pcl), typeid(CAny_ZKDSTRW));
     const wchar_t* psz = nullptr;
     ASSERT_EQ(pcl->pclOperations()->nGetPCWSTR(&psz), 0);
     EXPECT_STREQ(psz, kszFrancais);

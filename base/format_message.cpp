@@ -14,6 +14,10 @@
 
 namespace {
 
+// The default insert format: a text.
+constexpr wchar_t gszFormatTexte[] = L"s";
+
+
 constexpr int TAILLE_FORMAT_INSERT = 32;  // "%", the insert's format, terminator
 constexpr int CHIFFRES_INSERT_MAX = 3;
 constexpr size_t PAS_ALLOCATION = 65536;
@@ -424,7 +428,7 @@ private:
         }
         STFormatInsert stFormat;
         const bool bFormat = pszFormat != nullptr ? bLitFormatInsert(pszFormat, pszFinFormat, &stFormat)
-                                                  : bLitFormatInsert(L"s", L"s" + 1, &stFormat);
+                                                  : bLitFormatInsert(gszFormatTexte, gszFormatTexte + 1, &stFormat);
         if (!bFormat) return EINVAL;
         // Each star takes one insert, the value the one after them.
         int anEtoiles[2] = {};

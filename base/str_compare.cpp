@@ -111,11 +111,11 @@ int nCompareNumerique(const T* pszChiffres1, int nLongueur1, const T* pszChiffre
 template <class T, bool bTermine>
 int nCompareLogiqueParValeur(const T* psz1, const T* const pszFin1, const T* psz2, const T* const pszFin2) noexcept {
     const auto bFin1 = [pszFin1](const T* p) {
-        if constexpr (bTermine) return *p == 0;
+        if constexpr (bTermine) return (void)pszFin1, *p == 0;
         else return p == pszFin1;
     };
     const auto bFin2 = [pszFin2](const T* p) {
-        if constexpr (bTermine) return *p == 0;
+        if constexpr (bTermine) return (void)pszFin2, *p == 0;
         else return p == pszFin2;
     };
     // An identical beginning decides nothing and leaves no note: it is skipped at full speed, then

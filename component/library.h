@@ -72,7 +72,7 @@ public:
 private:
     STZKAppel* m_pstAppel = nullptr;
     CXError* m_pclError = nullptr;
-    int m_nZero = 0;
+    [[maybe_unused]] int m_nZero = 0;  // keeps the layout of the object
     pthread_t m_dwThreadProprietaire;
     pthread_t m_dwThreadAppelant;
 };

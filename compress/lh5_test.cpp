@@ -99,8 +99,12 @@ Octets tabMelange(size_t nTaille, uint32_t nGraine) {
         case 2:
             for (size_t k = gen() % 50; k > 0; --k) tab.push_back(static_cast<uint8_t>(gen()));
             break;
-        default:
-            tab.insert(tab.end(), gen() % 600, static_cast<uint8_t>("ab\0"[gen() % 3]));
+        default: {
+            // Drawn in two statements: the order of a call's arguments differs between compilers.
+            const uint8_t byOctet = static_cast<uint8_t>("ab\0"[gen() % 3]);
+            const size_t nRepetitions = gen() % 600;
+            tab.insert(tab.end(), nRepetitions, byOctet);
+        }
         }
     }
     tab.resize(nTaille);

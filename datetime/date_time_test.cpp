@@ -205,7 +205,6 @@ TEST(TexteEntree, BinaryValuesGiveTheDateOrTheTimeError) {
             EXPECT_EQ(cl.dwGetMillisecondes(), 0u) << "line " << st.nLigne;
         }
     }
-    CDateTime cl;
     CZKBIN clSortie;
     clDepuisTexte(L"20240315134530123").nVersBinaire(&clSortie, 14);
     ASSERT_EQ(clSortie.nGetTaille(), 14);

@@ -26,7 +26,7 @@ namespace ovhost {
 namespace {
 
 constexpr int kLecture = 0x1, kLectureEcriture = 0x2, kEcriture = 0x10, kBloque = 0xC;
-constexpr int kCreation = 0x200, kAjout = 0x800, kUnicode = 0x1000, kAnsi = 0x2000, kSupprime = 0x4000000;
+constexpr int kCreation = 0x200, kUnicode = 0x1000, kAnsi = 0x2000, kSupprime = 0x4000000;
 const std::wstring kEOT(1, L'\x04');
 
 std::string sLitFichier(const std::string& sChemin) {

@@ -19,6 +19,10 @@ ninja -C "$root/build" -j "$jobs"
 ctest --test-dir "$root/build" -j "$jobs" --output-on-failure
 "$root/tools/package_check.sh" "$root/build"
 
+# The same sources build with clang too, warnings as errors (its tests are those above).
+CXX=clang++ cmake -S "$root" -B "$root/build-clang" -G Ninja -DCMAKE_BUILD_TYPE=Release -DOV_WERROR=ON -DOV_BENCH=OFF
+ninja -C "$root/build-clang" -j "$jobs"
+
 cmake -S "$root" -B "$root/build-asan" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DOV_WERROR=ON -DOV_SANITIZE=ON -DOV_BENCH=OFF
 ninja -C "$root/build-asan" -j "$jobs"
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
