@@ -26,6 +26,7 @@
 #include "compress/internal/compacted_lzw.h"
 #include "compress/lh5.h"
 #include "files/disk_file.h"
+#include "files/write_all.h"
 
 namespace ovcompacte::interne {
 
@@ -112,24 +113,6 @@ bool CPuitsFichier::bAlloue() noexcept {
     return m_pbyTampon != nullptr;
 }
 
-namespace {
-bool bEcritDescripteur(int nFd, const uint8_t* pby, size_t nTaille) noexcept {
-    while (nTaille > 0) {
-        const ssize_t n = write(nFd, pby, nTaille);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        if (n == 0) {
-            errno = ENOSPC;
-            return false;
-        }
-        pby += n;
-        nTaille -= static_cast<size_t>(n);
-    }
-    return true;
-}
-}  // namespace
 
 bool CPuitsFichier::bVide() noexcept {
     if (m_bArrete || m_nErrno != 0) return false;
@@ -137,7 +120,7 @@ bool CPuitsFichier::bVide() noexcept {
         m_bArrete = true;
         return false;
     }
-    if (m_nRempli > 0 && !bEcritDescripteur(m_nFd, m_pbyTampon.get(), m_nRempli)) {
+    if (m_nRempli > 0 && !ov_files::bEcritTout(m_nFd, m_pbyTampon.get(), m_nRempli)) {
         m_nErrno = errno;
         return false;
     }
@@ -151,7 +134,7 @@ bool CPuitsFichier::bEcrit(const uint8_t* pby, size_t nTaille) noexcept {
     if (m_nRempli + nTaille > kTailleTampon) {
         if (!bVide()) return false;
         if (nTaille >= kTailleTampon) {
-            if (!bEcritDescripteur(m_nFd, pby, nTaille)) {
+            if (!ov_files::bEcritTout(m_nFd, pby, nTaille)) {
                 m_nErrno = errno;
                 return false;
             }
@@ -385,7 +368,7 @@ int nCompacteInterne(const wchar_t* pszSource, const wchar_t* pszDestination) {
     if (!clDestination.bPrepare(sDestination, stSource.st_mode & 07777)) return nCodePlacement(errno);
     const int nFd = clDestination.nFd();
     uint8_t tabTete[kDebutFlux] = {kOctetTete};
-    if (!bEcritDescripteur(nFd, tabTete, sizeof tabTete)) return nCodeEcriture(nFd, errno);
+    if (!ov_files::bEcritTout(nFd, tabTete, sizeof tabTete)) return nCodeEcriture(nFd, errno);
 
     const uint64_t nTaille = static_cast<uint64_t>(stSource.st_size);
     bool bStocke = nTaille <= kTailleEntete;
@@ -430,7 +413,7 @@ int nCompacteInterne(const wchar_t* pszSource, const wchar_t* pszDestination) {
     }
     const uint8_t tabFin[2] = {0, 0};
     EcritEntete(stEntete, tabTete + 1);
-    if (!bEcritDescripteur(nFd, tabFin, sizeof tabFin) || pwrite(nFd, tabTete, sizeof tabTete, 0) != static_cast<ssize_t>(sizeof tabTete))
+    if (!ov_files::bEcritTout(nFd, tabFin, sizeof tabFin) || pwrite(nFd, tabTete, sizeof tabTete, 0) != static_cast<ssize_t>(sizeof tabTete))
         return nCodeEcriture(nFd, errno);
     if (bArretDemande()) return CODE_ARRETE;
     return clDestination.bPlace(&stSource) ? CODE_OK : nCodePlacement(errno);

@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "files/write_all.h"
+
 namespace ov_files {
 
 // Copies everything from nSource (read to its end) to nCible: copy_file_range while the kernel
@@ -24,24 +26,5 @@ bool bCopieVersNom(int nSource, const char* pszCible) noexcept;
 // The same, by names; fails with EINVAL on the same file (device and inode).
 bool bCopieFichier(const char* pszSource, const char* pszCible) noexcept;
 
-// Writes all of nTaille bytes, over EINTR and partial writes; a write that takes nothing is a full
-// disk. False with errno on failure.
-inline bool bEcritTout(int nFd, const void* pData, size_t nTaille) noexcept {
-    const uint8_t* pby = static_cast<const uint8_t*>(pData);
-    while (nTaille > 0) {
-        const ssize_t n = ::write(nFd, pby, nTaille);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        if (n == 0) {
-            errno = ENOSPC;
-            return false;
-        }
-        pby += n;
-        nTaille -= static_cast<size_t>(n);
-    }
-    return true;
-}
 
 }  // namespace ov_files
