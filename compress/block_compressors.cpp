@@ -49,9 +49,9 @@ uint32_t CCompresseurBase::dwTailleBufferCompression(uint32_t dwTaille) {
     return dwTaille <= kdwEchec - 8 ? dwTaille + 7 : kdwEchec;
 }
 
-uint32_t CCompresseurBase::dwCompression(const uint8_t* pbyEntree, uint32_t dwTailleEntree, uint8_t* pbySortie,
-                                         uint32_t dwTailleSortie) noexcept {
-    if ((pbyEntree == nullptr && dwTailleEntree > 0) || pbySortie == nullptr) return 0;
+uint32_t CCompresseurBase::_dwSousVerrou(uint32_t (CCompresseurBase::*pfnTravail)(), const uint8_t* pbyEntree,
+                                         uint32_t dwTailleEntree, uint8_t* pbySortie, uint32_t dwTailleSortie,
+                                         uint32_t dwEchec) noexcept {
     try {
         std::lock_guard<std::recursive_mutex> clVerrou(m_clMutex);
         m_pbyEntree = pbyEntree;
@@ -60,9 +60,9 @@ uint32_t CCompresseurBase::dwCompression(const uint8_t* pbyEntree, uint32_t dwTa
         m_dwTailleSortie = dwTailleSortie;
         uint32_t dwResultat;
         try {
-            dwResultat = _dwCompression();
+            dwResultat = (this->*pfnTravail)();
         } catch (...) {
-            dwResultat = 0;
+            dwResultat = dwEchec;
         }
         m_pbyEntree = nullptr;
         m_dwTailleEntree = 0;
@@ -70,33 +70,21 @@ uint32_t CCompresseurBase::dwCompression(const uint8_t* pbyEntree, uint32_t dwTa
         m_dwTailleSortie = 0;
         return dwResultat;
     } catch (...) {
-        return 0;
+        return dwEchec;
     }
+}
+
+uint32_t CCompresseurBase::dwCompression(const uint8_t* pbyEntree, uint32_t dwTailleEntree, uint8_t* pbySortie,
+                                         uint32_t dwTailleSortie) noexcept {
+    if ((pbyEntree == nullptr && dwTailleEntree > 0) || pbySortie == nullptr) return 0;
+    return _dwSousVerrou(&CCompresseurBase::_dwCompression, pbyEntree, dwTailleEntree, pbySortie, dwTailleSortie, 0);
 }
 
 uint32_t CCompresseurBase::dwDecompression(const uint8_t* pbyEntree, uint32_t dwTailleEntree, uint8_t* pbySortie,
                                            uint32_t dwTailleSortie) noexcept {
     if (pbyEntree == nullptr || dwTailleEntree == 0 || (pbySortie == nullptr && dwTailleSortie > 0)) return kdwEchec;
-    try {
-        std::lock_guard<std::recursive_mutex> clVerrou(m_clMutex);
-        m_pbyEntree = pbyEntree;
-        m_dwTailleEntree = dwTailleEntree;
-        m_pbySortie = pbySortie;
-        m_dwTailleSortie = dwTailleSortie;
-        uint32_t dwResultat;
-        try {
-            dwResultat = _dwDecompression();
-        } catch (...) {
-            dwResultat = kdwEchec;
-        }
-        m_pbyEntree = nullptr;
-        m_dwTailleEntree = 0;
-        m_pbySortie = nullptr;
-        m_dwTailleSortie = 0;
-        return dwResultat;
-    } catch (...) {
-        return kdwEchec;
-    }
+    return _dwSousVerrou(&CCompresseurBase::_dwDecompression, pbyEntree, dwTailleEntree, pbySortie, dwTailleSortie,
+                         kdwEchec);
 }
 
 void CCompresseurBase::_EcritEntete(uint8_t eType, uint32_t dwTaillePackee) {

@@ -72,6 +72,13 @@ protected:
     uint8_t* m_pbySortie = nullptr;
     uint32_t m_dwTailleSortie = 0;
     std::recursive_mutex m_clMutex;
+
+private:
+    // The front of both directions: under the mutex, sets the four fields, runs pfnTravail,
+    // clears them; dwEchec when anything throws.
+    uint32_t _dwSousVerrou(uint32_t (CCompresseurBase::*pfnTravail)(), const uint8_t* pbyEntree,
+                           uint32_t dwTailleEntree, uint8_t* pbySortie, uint32_t dwTailleSortie,
+                           uint32_t dwEchec) noexcept;
 };
 
 // LZW of the newer kind: 9 to 16 bits a code, least significant bits first. Code 0 resets the
