@@ -229,18 +229,25 @@ TEST_F(OvrunCli, PromptRunsLineByLineWithHistory) {
         return sEcran.find(sAttendu) != std::string::npos;
     };
     auto Tape = [&](const std::string& s) { ASSERT_EQ(write(nMaitre, s.data(), s.size()), static_cast<ssize_t>(s.size())); };
+    // Each line's answer, then the next prompt drawn after it: only then is the editor reading
+    // again in raw mode, so the next keys are never taken by the terminal's own line editing.
+    auto bAttendPuisInvite = [&](const std::string& sAttendu) {
+        if (!bAttend(sAttendu)) return false;
+        const size_t nApres = sEcran.find(sAttendu) + sAttendu.size();
+        const std::string sInvite = "\n\rovrun> ";
+        sEcran.erase(0, nApres);
+        const bool bVu = bAttend(sInvite);
+        sEcran.clear();
+        return bVu;
+    };
     ASSERT_TRUE(bAttend("ovrun> ")) << sEcran;
     sEcran.clear();
     Tape("a = \"Noël \" + \"😀\"\r");
-    ASSERT_TRUE(bAttend("\n\rovrun> ")) << sEcran;
+    ASSERT_TRUE(bAttendPuisInvite("\"😀\"")) << sEcran;
     Tape("a + \"!\"\r");
-    ASSERT_TRUE(bAttend("Noël 😀!")) << sEcran;
-    ASSERT_TRUE(bAttend("\n\rovrun> ")) << sEcran;
-    sEcran.clear();
+    ASSERT_TRUE(bAttendPuisInvite("Noël 😀!")) << sEcran;
     Tape("1 / 0\r");
-    ASSERT_TRUE(bAttend("<prompt>:1:3: division by zero")) << sEcran;
-    ASSERT_TRUE(bAttend("\n\rovrun> ")) << sEcran;
-    sEcran.clear();
+    ASSERT_TRUE(bAttendPuisInvite("<prompt>:1:3: division by zero")) << sEcran;
     // Up twice: back past the refused line to the one before it; Backspace edits it.
     Tape("\x1b[A\x1b[A\x7f\x7f\x7f\"?\"\r");
     ASSERT_TRUE(bAttend("Noël 😀?")) << sEcran;

@@ -1,0 +1,268 @@
+// The checksums of checksums.h, and the language functions sCalculeCrc32 and sCalculeCrc16.
+#include "crypt/checksums.h"
+
+#include <array>
+#include <mutex>
+#include <shared_mutex>
+
+#include "base/manip.h"
+#include "component/thunk.h"
+
+// ================================================================ CCrc
+
+void CCrc::PutByte(uint8_t by) noexcept {
+    if (!m_bTableRemplie) return;
+    m_dwCrc = (m_dwCrc << 8) ^ m_table[((m_dwCrc >> 24) ^ by) & 0xFF];
+}
+
+uint32_t CCrc::CalculeCRC(const uint8_t* pby, size_t nTaille) noexcept {
+    m_dwCrc = 0;
+    return AddBuffer(pby, nTaille);
+}
+
+uint32_t CCrc::AddBuffer(const uint8_t* pby, size_t nTaille) noexcept {
+    if (pby == nullptr) return m_dwCrc;
+    for (size_t i = 0; i < nTaille; ++i) PutByte(pby[i]);
+    return m_dwCrc;
+}
+
+// ================================================================ CCrc2
+
+namespace {
+
+uint32_t dwInverseBits(uint32_t dw) noexcept {
+    uint32_t dwResultat = 0;
+    for (int i = 0; i < 32; ++i, dw >>= 1) dwResultat = (dwResultat << 1) | (dw & 1);
+    return dwResultat;
+}
+
+// Eight tables: the first is the byte-wise table, table k advances a byte through k more zero
+// bytes, so eight input bytes are folded into the register with eight look-ups and no dependency
+// between them.
+using TableCrc32 = std::array<std::array<uint32_t, 256>, 8>;
+
+void ConstruitTableReflechie(TableCrc32* pTab, uint32_t dwPolynome) noexcept {
+    const uint32_t dwReflechi = dwInverseBits(dwPolynome);
+    TableCrc32& tab = *pTab;
+    for (uint32_t n = 0; n < 256; ++n) {
+        uint32_t c = n;
+        for (int k = 0; k < 8; ++k) c = (c & 1) ? (c >> 1) ^ dwReflechi : c >> 1;
+        tab[0][n] = c;
+    }
+    for (uint32_t n = 0; n < 256; ++n)
+        for (size_t k = 1; k < 8; ++k) tab[k][n] = (tab[k - 1][n] >> 8) ^ tab[0][tab[k - 1][n] & 0xFF];
+}
+
+inline uint32_t dwLit32LE(const uint8_t* pby) noexcept {
+    return uint32_t{pby[0]} | uint32_t{pby[1]} << 8 | uint32_t{pby[2]} << 16 | uint32_t{pby[3]} << 24;
+}
+
+uint32_t dwCrc32Table(const TableCrc32& tab, const uint8_t* pby, size_t nTaille, uint32_t dwGraine) noexcept {
+    uint32_t c = ~dwGraine;
+    for (; nTaille >= 8; pby += 8, nTaille -= 8) {
+        const uint32_t dwBas = c ^ dwLit32LE(pby);
+        const uint32_t dwHaut = dwLit32LE(pby + 4);
+        c = tab[7][dwBas & 0xFF] ^ tab[6][(dwBas >> 8) & 0xFF] ^ tab[5][(dwBas >> 16) & 0xFF] ^ tab[4][dwBas >> 24] ^
+            tab[3][dwHaut & 0xFF] ^ tab[2][(dwHaut >> 8) & 0xFF] ^ tab[1][(dwHaut >> 16) & 0xFF] ^ tab[0][dwHaut >> 24];
+    }
+    for (size_t i = 0; i < nTaille; ++i) c = tab[0][(c ^ pby[i]) & 0xFF] ^ (c >> 8);
+    return ~c;
+}
+
+// The shared table and the polynomial it was built for. Readers share the lock, so CRCs in several
+// threads run side by side; SetPolynome takes it alone while it rebuilds.
+struct STTableCrc2 {
+    std::shared_mutex mutex;
+    uint32_t dwPolynome = CCrc2::kdwPolynomeIEEE;
+    TableCrc32 tab{};
+    STTableCrc2() { ConstruitTableReflechie(&tab, dwPolynome); }
+};
+
+STTableCrc2& stTableCrc2() noexcept {
+    static STTableCrc2 st;
+    return st;
+}
+
+// The IEEE table never changes and most callers want it: it is built once, apart from the
+// shared one, so a call that names the polynomial needs no lock at all.
+const TableCrc32& tabCrc32IEEE() noexcept {
+    static const TableCrc32 tab = [] {
+        TableCrc32 t{};
+        ConstruitTableReflechie(&t, CCrc2::kdwPolynomeIEEE);
+        return t;
+    }();
+    return tab;
+}
+
+}  // namespace
+
+void CCrc2::SetPolynome(uint32_t dwPolynome) noexcept {
+    STTableCrc2& st = stTableCrc2();
+    std::unique_lock<std::shared_mutex> verrou(st.mutex);
+    if (st.dwPolynome == dwPolynome) return;
+    ConstruitTableReflechie(&st.tab, dwPolynome);
+    st.dwPolynome = dwPolynome;
+}
+
+uint32_t CCrc2::nCalculeCRC32(const uint8_t* pby, size_t nTaille, uint32_t dwGraine) noexcept {
+    if (pby == nullptr) nTaille = 0;
+    STTableCrc2& st = stTableCrc2();
+    std::shared_lock<std::shared_mutex> verrou(st.mutex);
+    if (st.dwPolynome == kdwPolynomeIEEE) return dwCrc32Table(tabCrc32IEEE(), pby, nTaille, dwGraine);
+    return dwCrc32Table(st.tab, pby, nTaille, dwGraine);
+}
+
+uint32_t CCrc2::nCalculeCRC32(const uint8_t* pby, size_t nTaille, uint32_t dwGraine, uint32_t dwPolynome) noexcept {
+    if (pby == nullptr) nTaille = 0;
+    if (dwPolynome == kdwPolynomeIEEE) return dwCrc32Table(tabCrc32IEEE(), pby, nTaille, dwGraine);
+    TableCrc32 tab;  // 8 KiB, on the stack: nothing to allocate, nothing to fail
+    ConstruitTableReflechie(&tab, dwPolynome);
+    return dwCrc32Table(tab, pby, nTaille, dwGraine);
+}
+
+// ================================================================ CCrc16
+
+namespace {
+
+const std::array<uint16_t, 256>& tabCrc16() noexcept {
+    static const std::array<uint16_t, 256> tab = [] {
+        std::array<uint16_t, 256> t{};
+        for (uint32_t n = 0; n < 256; ++n) {
+            uint32_t c = n << 8;
+            for (int k = 0; k < 8; ++k) c = (c & 0x8000) ? (c << 1) ^ 0x1021 : c << 1;
+            t[n] = static_cast<uint16_t>(c);
+        }
+        return t;
+    }();
+    return tab;
+}
+
+inline uint16_t wCrc16Octet(uint16_t wCrc, uint8_t by) noexcept {
+    return static_cast<uint16_t>(((wCrc << 8) | by) ^ tabCrc16()[wCrc >> 8]);
+}
+
+}  // namespace
+
+uint16_t CCrc16::CalcCrc16(const wchar_t* psz, size_t nLongueur) noexcept {
+    uint16_t wCrc = 0;
+    if (psz == nullptr) return wCrc;
+    for (size_t i = 0; i < nLongueur; ++i) wCrc = wCrc16Octet(wCrc, static_cast<uint8_t>(psz[i] & 0xFF));
+    return wCrc;
+}
+
+uint16_t CCrc16::CalcCrc16_Byte(const uint8_t* pby, size_t nTaille) noexcept {
+    uint16_t wCrc = 0;
+    if (pby == nullptr) return wCrc;
+    for (size_t i = 0; i < nTaille; ++i) wCrc = wCrc16Octet(wCrc, pby[i]);
+    return wCrc;
+}
+
+// ================================================================ Adler-32
+
+namespace {
+
+constexpr uint32_t kdwBaseAdler = 65521;
+// The most bytes that can be summed in 32 bits before a reduction: 255 n (n + 1) / 2 +
+// (n + 1) (BASE - 1) stays below 2^32 for n = 5552.
+constexpr size_t kNbMaxAvantModulo = 5552;
+
+}  // namespace
+
+uint32_t nAdler32(uint32_t dwGraine, const uint8_t* pby, size_t nTaille) noexcept {
+    if (pby == nullptr) return 1;
+    uint32_t a = dwGraine & 0xFFFF;
+    uint32_t b = dwGraine >> 16;
+    // A seed that is not a valid sum (a half at or above the base) is reduced first so that the
+    // bound of the inner loop holds.
+    a %= kdwBaseAdler;
+    b %= kdwBaseAdler;
+    while (nTaille > 0) {
+        const size_t n = nTaille < kNbMaxAvantModulo ? nTaille : kNbMaxAvantModulo;
+        for (size_t i = 0; i < n; ++i) {
+            a += pby[i];
+            b += a;
+        }
+        a %= kdwBaseAdler;
+        b %= kdwBaseAdler;
+        pby += n;
+        nTaille -= n;
+    }
+    return (b << 16) | a;
+}
+
+uint32_t nAdler32Combine(uint32_t dwAdlerA, uint32_t dwAdlerB, int64_t oTailleB) noexcept {
+    // A negative length has no meaning; answer a value no sum can have, as the published
+    // definition does.
+    if (oTailleB < 0) return 0xFFFFFFFF;
+    // With B of length n: a = aA + aB - 1, b = bA + bB + n aA - n (all modulo the base).
+    const uint32_t n = static_cast<uint32_t>(oTailleB % kdwBaseAdler);
+    const uint32_t aA = (dwAdlerA & 0xFFFF) % kdwBaseAdler;
+    const uint32_t bA = (dwAdlerA >> 16) % kdwBaseAdler;
+    const uint32_t aB = (dwAdlerB & 0xFFFF) % kdwBaseAdler;
+    const uint32_t bB = (dwAdlerB >> 16) % kdwBaseAdler;
+    const uint64_t a = (uint64_t{aA} + aB + kdwBaseAdler - 1) % kdwBaseAdler;
+    const uint64_t b = (uint64_t{bA} + bB + uint64_t{n} * aA + kdwBaseAdler - n) % kdwBaseAdler;
+    return static_cast<uint32_t>((b << 16) | a);
+}
+
+// ================================================================ language functions
+
+namespace {
+
+// Wide text goes through the CRC as UTF-8, a stack block at a time, so a text of any length needs
+// no allocation. A value that is no Unicode scalar value counts as U+FFFD.
+uint32_t dwCrc32Utf8(const wchar_t* psz, size_t nLongueur) noexcept {
+    constexpr size_t kNbCaracteresBloc = 1024;
+    uint8_t tabOctets[kNbCaracteresBloc * 4];
+    uint32_t dwCrc = 0;
+    for (size_t oDebut = 0; oDebut < nLongueur; oDebut += kNbCaracteresBloc) {
+        const size_t oFin = nLongueur - oDebut < kNbCaracteresBloc ? nLongueur : oDebut + kNbCaracteresBloc;
+        size_t n = 0;
+        for (size_t i = oDebut; i < oFin; ++i) {
+            uint32_t c = static_cast<uint32_t>(psz[i]);
+            if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = 0xFFFD;
+            if (c < 0x80) {
+                tabOctets[n++] = static_cast<uint8_t>(c);
+            } else if (c < 0x800) {
+                tabOctets[n++] = static_cast<uint8_t>(0xC0 | (c >> 6));
+                tabOctets[n++] = static_cast<uint8_t>(0x80 | (c & 0x3F));
+            } else if (c < 0x10000) {
+                tabOctets[n++] = static_cast<uint8_t>(0xE0 | (c >> 12));
+                tabOctets[n++] = static_cast<uint8_t>(0x80 | ((c >> 6) & 0x3F));
+                tabOctets[n++] = static_cast<uint8_t>(0x80 | (c & 0x3F));
+            } else {
+                tabOctets[n++] = static_cast<uint8_t>(0xF0 | (c >> 18));
+                tabOctets[n++] = static_cast<uint8_t>(0x80 | ((c >> 12) & 0x3F));
+                tabOctets[n++] = static_cast<uint8_t>(0x80 | ((c >> 6) & 0x3F));
+                tabOctets[n++] = static_cast<uint8_t>(0x80 | (c & 0x3F));
+            }
+        }
+        dwCrc = CCrc2::nCalculeCRC32(tabOctets, n, dwCrc, CCrc2::kdwPolynomeIEEE);
+    }
+    return dwCrc;
+}
+
+}  // namespace
+
+// Bytes of a buffer or of 8-bit text as they are; wide text as UTF-8, so that a text gives the CRC
+// of the same text saved as a UTF-8 file. Always the IEEE polynomial, whatever SetPolynome did.
+int CComposanteStandard::sCalculeCrc32(const STManipAUB* pstValeur) {
+    if (pstValeur == nullptr) return 0;
+    int nTaille = 0;
+    const uint8_t* pby = pstValeur->pbyGetContenuUtile(&nTaille);
+    if (pby == nullptr || nTaille <= 0) return 0;
+    if (pstValeur->nType == STManipAUB::TYPE_UNICODE)
+        return static_cast<int>(dwCrc32Utf8(reinterpret_cast<const wchar_t*>(pby), static_cast<size_t>(nTaille) / sizeof(wchar_t)));
+    return static_cast<int>(CCrc2::nCalculeCRC32(pby, static_cast<size_t>(nTaille), 0, CCrc2::kdwPolynomeIEEE));
+}
+
+// Bytes of a buffer or of 8-bit text; of wide text, the low byte of each character.
+int CComposanteStandard::sCalculeCrc16(const STManipAUB* pstValeur) {
+    if (pstValeur == nullptr) return 0;
+    int nTaille = 0;
+    const uint8_t* pby = pstValeur->pbyGetContenuUtile(&nTaille);
+    if (pby == nullptr || nTaille <= 0) return 0;
+    if (pstValeur->nType == STManipAUB::TYPE_UNICODE)
+        return CCrc16::CalcCrc16(reinterpret_cast<const wchar_t*>(pby), static_cast<size_t>(nTaille) / sizeof(wchar_t));
+    return CCrc16::CalcCrc16_Byte(pby, static_cast<size_t>(nTaille));
+}
