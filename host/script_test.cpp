@@ -265,6 +265,18 @@ std::vector<STStatement> tabResolved(std::string_view sSource, CFakeHost* pclHos
     return tabStatements;
 }
 
+// A script that parses but that resolution refuses, at the case's place and with its message.
+void ExpectResolutionRefused(const STErrorCase& stCase, const CFakeHost& clHost) {
+    std::vector<STStatement> tabStatements;
+    STScriptError stError;
+    ASSERT_TRUE(bParseScript(stCase.sSource, &tabStatements, &stError)) << "line " << stCase.nLine;
+    EXPECT_FALSE(bResolveScript(&tabStatements, clHost, &stError)) << "line " << stCase.nLine;
+    EXPECT_EQ(stError.nLine, stCase.nErrorLine) << "line " << stCase.nLine;
+    EXPECT_EQ(stError.nColumn, stCase.nErrorColumn) << "line " << stCase.nLine;
+    EXPECT_NE(stError.sMessage.find(stCase.pszMessagePart), std::string::npos)
+        << "line " << stCase.nLine << ": " << stError.sMessage;
+}
+
 TEST(ScriptResolution, RefusesUnknownNamesAndWrongCountsWithTheirPlace) {
     const STErrorCase tabCases[] = {
         {__LINE__, "x = 1\nEstPair(Inconnu(x))", 2, 9, "unknown function 'Inconnu'"},
@@ -280,16 +292,7 @@ TEST(ScriptResolution, RefusesUnknownNamesAndWrongCountsWithTheirPlace) {
         {__LINE__, "x = EstPair", 1, 5, "EstPair is a function"},
     };
     CFakeHost clHost;
-    for (const STErrorCase& stCase : tabCases) {
-        std::vector<STStatement> tabStatements;
-        STScriptError stError;
-        ASSERT_TRUE(bParseScript(stCase.sSource, &tabStatements, &stError)) << "line " << stCase.nLine;
-        EXPECT_FALSE(bResolveScript(&tabStatements, clHost, &stError)) << "line " << stCase.nLine;
-        EXPECT_EQ(stError.nLine, stCase.nErrorLine) << "line " << stCase.nLine;
-        EXPECT_EQ(stError.nColumn, stCase.nErrorColumn) << "line " << stCase.nLine;
-        EXPECT_NE(stError.sMessage.find(stCase.pszMessagePart), std::string::npos)
-            << "line " << stCase.nLine << ": " << stError.sMessage;
-    }
+    for (const STErrorCase& stCase : tabCases) ExpectResolutionRefused(stCase, clHost);
     EXPECT_EQ(sFormatScriptError("s.ovs", {2, 9, "unknown name 'y'"}), "s.ovs:2:9: unknown name 'y'");
 }
 
@@ -362,16 +365,7 @@ TEST(ScriptOperators, RefuseWhatTheyDoNotTakeBeforeAnythingRuns) {
         {__LINE__, "\"a\" < 1", 1, 5, "'<' does not apply to text and int"},
     };
     CFakeHost clHost;
-    for (const STErrorCase& stCase : tabCases) {
-        std::vector<STStatement> tabStatements;
-        STScriptError stError;
-        ASSERT_TRUE(bParseScript(stCase.sSource, &tabStatements, &stError)) << "line " << stCase.nLine;
-        EXPECT_FALSE(bResolveScript(&tabStatements, clHost, &stError)) << "line " << stCase.nLine;
-        EXPECT_EQ(stError.nLine, stCase.nErrorLine) << "line " << stCase.nLine;
-        EXPECT_EQ(stError.nColumn, stCase.nErrorColumn) << "line " << stCase.nLine;
-        EXPECT_NE(stError.sMessage.find(stCase.pszMessagePart), std::string::npos)
-            << "line " << stCase.nLine << ": " << stError.sMessage;
-    }
+    for (const STErrorCase& stCase : tabCases) ExpectResolutionRefused(stCase, clHost);
     EXPECT_TRUE(clHost.tabCalls.empty());
     // A long chain is bounded, not a deep recursion.
     std::string sChain = "1";
