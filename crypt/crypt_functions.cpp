@@ -1,0 +1,1 @@
+// The crypt and encode functions of the language: strings, buffers and files.

@@ -1,0 +1,1 @@
+// Versioned element files.
