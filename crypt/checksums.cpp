@@ -211,10 +211,10 @@ namespace {
 
 // Wide text goes through the CRC as UTF-8, a stack block at a time, so a text of any length needs
 // no allocation. A value that is no Unicode scalar value counts as U+FFFD.
-uint32_t dwCrc32Utf8(const wchar_t* psz, size_t nLongueur) noexcept {
+uint32_t dwCrc32Utf8(const wchar_t* psz, size_t nLongueur, uint32_t dwGraine) noexcept {
     constexpr size_t kNbCaracteresBloc = 1024;
     uint8_t tabOctets[kNbCaracteresBloc * 4];
-    uint32_t dwCrc = 0;
+    uint32_t dwCrc = dwGraine;
     for (size_t oDebut = 0; oDebut < nLongueur; oDebut += kNbCaracteresBloc) {
         const size_t oFin = nLongueur - oDebut < kNbCaracteresBloc ? nLongueur : oDebut + kNbCaracteresBloc;
         size_t n = 0;
@@ -246,14 +246,18 @@ uint32_t dwCrc32Utf8(const wchar_t* psz, size_t nLongueur) noexcept {
 
 // Bytes of a buffer or of 8-bit text as they are; wide text as UTF-8, so that a text gives the CRC
 // of the same text saved as a UTF-8 file. Always the IEEE polynomial, whatever SetPolynome did.
-int CComposanteStandard::sCalculeCrc32(const STManipAUB* pstValeur) {
+// With a seed, the CRC goes on from it: the CRC of a value split in two is that of its second half
+// seeded with that of its first. An empty value answers 0 whatever the seed.
+int CComposanteStandard::sCalculeCrc32(const STManipAUB* pstValeur, int nGraine) {
     if (pstValeur == nullptr) return 0;
     int nTaille = 0;
     const uint8_t* pby = pstValeur->pbyGetContenuUtile(&nTaille);
     if (pby == nullptr || nTaille <= 0) return 0;
+    const auto dwGraine = static_cast<uint32_t>(nGraine);
     if (pstValeur->nType == STManipAUB::TYPE_UNICODE)
-        return static_cast<int>(dwCrc32Utf8(reinterpret_cast<const wchar_t*>(pby), static_cast<size_t>(nTaille) / sizeof(wchar_t)));
-    return static_cast<int>(CCrc2::nCalculeCRC32(pby, static_cast<size_t>(nTaille), 0, CCrc2::kdwPolynomeIEEE));
+        return static_cast<int>(dwCrc32Utf8(reinterpret_cast<const wchar_t*>(pby),
+                                            static_cast<size_t>(nTaille) / sizeof(wchar_t), dwGraine));
+    return static_cast<int>(CCrc2::nCalculeCRC32(pby, static_cast<size_t>(nTaille), dwGraine, CCrc2::kdwPolynomeIEEE));
 }
 
 // Bytes of a buffer or of 8-bit text; of wide text, the low byte of each character.

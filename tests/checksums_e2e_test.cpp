@@ -42,6 +42,28 @@ TEST_F(ChecksumsEndToEnd, EachKindOfValueGivesTheCrcOfItsDocumentedBytes) {
     }
 }
 
+// A seed carries the CRC over a value cut in two, for buffers and for text (whose UTF-8 form is
+// what is summed, so the cut falls between characters); an empty value ignores the seed.
+TEST_F(ChecksumsEndToEnd, SeededCrc32ContinuesAcrossACut) {
+    struct STCas {
+        int nLigne;
+        CValue clValeur;
+        int32_t nGraine;
+        uint32_t dwAttendu;
+    };
+    const STCas tabCas[] = {
+        {__LINE__, CValue::Buffer("6789"), static_cast<int32_t>(3421846044u), 0xCBF43926},
+        {__LINE__, CValue::Text(L"6789"), static_cast<int32_t>(3421846044u), 0xCBF43926},
+        {__LINE__, CValue::Text(L"é"), 0x12345678, 1810536501},
+        {__LINE__, CValue::Buffer(""), 0x12345678, 0},
+    };
+    for (const auto& c : tabCas) {
+        const STCallOutcome st = stCall("sCalculeCrc32", {c.clValeur, CValue::Int(c.nGraine)});
+        EXPECT_FALSE(st.bError) << "row " << c.nLigne;
+        EXPECT_EQ(static_cast<uint32_t>(st.clResult.nInteger), c.dwAttendu) << "row " << c.nLigne;
+    }
+}
+
 TEST(ChecksumsOvrun, TextAndBufferFromTheCommandLine) {
     const ovtest::STSortieOvrun st = ovtest::stLanceOvrun(
         OVRUN_PATH, {"-e", "sCalculeCrc32(\"123456789\")", "-e", "sCalculeCrc32(x\"\")", "-e",
