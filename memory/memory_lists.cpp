@@ -1,0 +1,1 @@
+// Memory lists: the engine on its context record.
