@@ -7,6 +7,8 @@
 #include "component/execution.h"
 #include "component/interfaces/calendar.h"
 #include "files/file_handles.h"
+#include "memory/memory_lists.h"
+#include "memory/zone_memoire.h"
 
 int CComposanteStandard::m_snStaticCountInit = 0;
 bool CComposanteStandard::m_sbStaticInit = false;
@@ -53,8 +55,8 @@ void CComposanteStandard::_LibereCalendrier() {
 }
 
 void* CComposanteStandard::pQueryProxy(int nNumero) {
-    // 1: the memory-list view for siblings, 2: the parameter store; both arrive with their
-    // families.
+    // 1: the memory-list view for siblings; 2: the parameter store, which arrives with its family.
+    if (nNumero == 1) return MEM_pNouvelleZone(this);
     return nullptr;
 }
 
@@ -80,6 +82,7 @@ int CComposanteStandard::bFinInit() {
     // stop does not reset the flag, so a later start does not repeat this.
     if (!m_sbStaticInit) {
         m_sbStaticInit = true;
+        MEM_InitModule(MEM_Contexte());
         bResultat = _FIC_bInitModule() && bResultat;
     }
     m_pclPersistance = nullptr;
@@ -94,7 +97,10 @@ void CComposanteStandard::TermCompo() {
     _LibereCalendrier();  // it may have been asked for even when the start failed
     if (!m_bResultatInit) return;
     _DIVERS_FinModule();
-    if (--m_snStaticCountInit < 1) _FIC_FinModule();
+    if (--m_snStaticCountInit < 1) {
+        _FIC_FinModule();
+        MEM_FinModule(MEM_Contexte());
+    }
     m_pclPersistance = nullptr;
     m_bResultatInit = 0;
 }

@@ -41,13 +41,21 @@ public:
     const unsigned char* pbyGetCle() const noexcept { return m_tabCle; }
 
 protected:
+    // A password's key through the virtual derivation; false when memory failed on the way (the
+    // void derivations cannot say so themselves, they raise m_bEchecMemoire).
+    bool _bConstruitCle(TCle* pCle, const wchar_t* pszMotDePasse) noexcept;
+    bool _bConstruitCleAnsi(TCle* pCle, const char* pszMotDePasse) noexcept;
+
     TCle m_tabCle = {};
+    bool m_bEchecMemoire = false;
 };
 
 class CCryptHomeMade : public CCrypt {
 public:
     // bParSysteme: made by the library itself (the key derivation then mixes with the object's
-    // own key rather than the second fixed block).
+    // own key, as it stood when the derivation began, rather than the second fixed block). A fresh
+    // object's own key is all zeros, so a fresh system-made object always derives the same key
+    // from the same password; one that already holds a key derives another.
     explicit CCryptHomeMade(bool bParSysteme = false) noexcept;
     void Crypt(unsigned char* pby, unsigned long nTaille, const TCle* pCle) noexcept override;
     void Uncrypt(unsigned char* pby, unsigned long nTaille, const TCle* pCle) noexcept override;
@@ -59,7 +67,10 @@ private:
 
 class CCryptRC5 : public CCrypt {
 public:
-    explicit CCryptRC5(int nTours) noexcept;  // 8 or 16
+    // 8 or 16; another count is brought within 1..16, the largest table the class knows.
+    explicit CCryptRC5(int nTours) noexcept;
+    static constexpr uint32_t kToursMax = 16;
+    static constexpr uint32_t kMotsTableMax = 2 * kToursMax + 2;
     ~CCryptRC5() override;
     bool bSetCryptKey(const void* pCle, unsigned long nTaille) noexcept override;
     bool bSetCryptKey(const TCle* pCle) noexcept override;
@@ -70,6 +81,8 @@ public:
 
 private:
     bool __bInitTableCle() noexcept;
+    // Expands the stored key into pdwTable (2 * rounds + 2 words).
+    void _ExpandCle(uint32_t* pdwTable) const noexcept;
     uint32_t m_nTours;
     uint32_t* m_pdwTable = nullptr;  // 2 * rounds + 2 words, null until a key is set
 };
@@ -78,7 +91,7 @@ private:
 enum eCRYPTMETHOD : int { eCRYPT_AUCUN = 0, eCRYPT_HOMEMADE = 1, eCRYPT_RC5_8 = 2, eCRYPT_RC5_16 = 3 };
 
 // A new cipher of that method, its count at 1 (release with dwRelease), or null for any other
-// method or when memory fails.
+// method or when memory fails. A home-made cipher comes marked as made by the system.
 CCrypt* pclCreeCrypt(int nMethode) noexcept;
 
 // The two halves of the crypt option word.

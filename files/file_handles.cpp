@@ -147,6 +147,8 @@ IXStream* s_pGetFicBagXStream(int nHandle) {
 
 int _FIC_nNbHandle() { return gstCtxFIC.nNbUtilise; }
 
+int _FIC_nAjouteHandle(_stINFOFIC* pstInfo) { return pstInfo != nullptr ? _nAjouteHandle(pstInfo) : -1; }
+
 // ---------------------------------------------------------------- shared helpers
 
 namespace ovfic {

@@ -57,6 +57,9 @@ _stINFOFIC* s_pGetFicBagInfoFic(int nHandle);
 IXStream* s_pGetFicBagXStream(int nHandle);
 // Handles in use (0 and 1 excluded).
 int _FIC_nNbHandle();
+// Enters a record made elsewhere (a shared memory zone, kind 1); the table then owns it and
+// fFerme closes and releases its stream. The handle, or -1 when memory fails.
+int _FIC_nAjouteHandle(_stINFOFIC* pstInfo);
 
 // Writes FF FE at offset 0 of a file open for writing. False with the stream's error in pclErreur
 // (level 2) when the write fails, false without an error when the file is not open for writing.
