@@ -183,8 +183,9 @@ TEST(Ciphers, HomeMadeComesBackForEverySize) {
 }
 
 TEST(Ciphers, HomeMadeOneByteSeesOnlyTheSumOfTheKeyWords) {
-    // Same word sum: 1 + 0 + 0 + 0 and 0 + 0 + 0 + 1 (little-endian words); then a different sum.
-    CCrypt::TCle tabA = {1}, tabB = {}, tabC = {0, 0, 1};
+    // Same word sum: 1 + 0 + 0 + 0 and 0 + 0 + 0 + 1 (little-endian words); then a sum whose two
+    // mixed bytes add up differently.
+    CCrypt::TCle tabA = {1}, tabB = {}, tabC = {2};
     tabB[12] = 1;
     CCryptHomeMade clMaison;
     for (int nOctet = 0; nOctet < 256; ++nOctet) {
