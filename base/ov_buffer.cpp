@@ -1062,21 +1062,23 @@ bool COVBuffer::bToFile(CXFile* pclFichier, long oOffset, unsigned long* pnEcrit
 }
 
 namespace {
-// Reads up to nTaille bytes with pfnLit into a fresh content of the buffer; the count read.
+// Reads up to nTaille bytes with fnLit into a fresh malloc block that becomes the buffer's content,
+// coded or clear; the count read in *pnLu.
 template <typename TLecture>
 bool bLitDans(COVBuffer* pclBuffer, unsigned long nTaille, bool bCode, unsigned long* pnLu, TLecture fnLit) noexcept {
     if (pnLu != nullptr) *pnLu = 0;
     if (nTaille > COVBuffer::kdwTailleMax) return false;
-    pclBuffer->ClearAll();
-    if (!pclBuffer->Resize(nTaille)) return false;
+    void* pBloc = nullptr;
+    if (nTaille != 0 && (pBloc = std::malloc(nTaille)) == nullptr) return false;
     unsigned int nLu = 0;
-    const bool bOk = nTaille == 0 || fnLit(pclBuffer->pbyGetData(), static_cast<unsigned int>(nTaille), &nLu);
+    const bool bOk = nTaille == 0 || fnLit(pBloc, static_cast<unsigned int>(nTaille), &nLu);
     if (nLu > nTaille) nLu = 0;
+    pclBuffer->GiveOwnershipMemory(pBloc, nTaille);
+    // Cutting to the count read never zeroes what was read.
     if (bCode)
         pclBuffer->SetCodedSize(nLu);
     else
         pclBuffer->SetSize(nLu);
-    pclBuffer->SeekNoResize(0);
     if (pnLu != nullptr) *pnLu = nLu;
     return bOk && nLu == nTaille;
 }

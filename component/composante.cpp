@@ -7,6 +7,7 @@
 #include "component/execution.h"
 #include "component/interfaces/calendar.h"
 #include "files/file_handles.h"
+#include "memory/shared_memory.h"
 #include "memory/memory_lists.h"
 #include "memory/zone_memoire.h"
 
@@ -84,6 +85,7 @@ int CComposanteStandard::bFinInit() {
         m_sbStaticInit = true;
         MEM_InitModule(MEM_Contexte());
         bResultat = _FIC_bInitModule() && bResultat;
+        bResultat = COVSharedMemory::s_bInitOVSharedMemory() && bResultat;
     }
     m_pclPersistance = nullptr;
     _LibereVariablesService();
@@ -99,6 +101,8 @@ void CComposanteStandard::TermCompo() {
     _DIVERS_FinModule();
     if (--m_snStaticCountInit < 1) {
         _FIC_FinModule();
+        // After the handles: closing a zone leaves the table of the thread that this stops.
+        COVSharedMemory::s_TermOVSharedMemory();
         MEM_FinModule(MEM_Contexte());
     }
     m_pclPersistance = nullptr;

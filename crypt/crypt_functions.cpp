@@ -402,6 +402,14 @@ void EchecFichier(CComposanteStandard* pclThis, const CXError* pclErreur, int nE
     pclThis->pclGetError()->SetErrorLevel(2);
 }
 
+// A destination that cannot be made or put in place, at level 2: 80059 for a directory given for
+// a file, otherwise 80026 with the system's words.
+void EchecDestination(CComposanteStandard* pclThis, int nErrno) {
+    pclThis->RaiseError(&gstMyModuleInfo8, nErrno == EISDIR ? 80059 : 80026);
+    pclThis->pclGetError()->SetSystemError(static_cast<unsigned int>(nErrno), nullptr);
+    pclThis->pclGetError()->SetErrorLevel(2);
+}
+
 // A name argument as a full wide path; 80059 for an empty name, 80042 for one too long.
 bool bLitChemin(CComposanteStandard* pclThis, const STManipAUB* pstNom, std::wstring* psChemin) {
     CXYString<wchar_t> clTampon;
@@ -589,12 +597,12 @@ bool bChiffreFichier(CComposanteStandard* pclThis, const STManipAUB* pstSource, 
         return false;
     CDestinationFichier clDestination;
     if (!clDestination.bPrepare(sDestination)) {
-        EchecFichier(pclThis, nullptr, errno);
+        EchecDestination(pclThis, errno);
         return false;
     }
     if (!pfnChiffre(pclThis, sSource.c_str(), clDestination.pszTemporaire(), pszMotDePasse, nMethode)) return false;
     if (!clDestination.bPlace()) {
-        EchecFichier(pclThis, nullptr, errno);
+        EchecDestination(pclThis, errno);
         return false;
     }
     return true;
@@ -612,6 +620,23 @@ bool bEncodeFichier(CComposanteStandard* pclThis, const wchar_t* pszDestination,
     return bSucces;
 }
 
+// The cipher names the file it read in its message; when that is our middle file, the program
+// is told of its own source instead.
+void NommeLaSource(CComposanteStandard* pclThis, const wchar_t* pszMilieu, const wchar_t* pszSource) {
+    CXError* pclErreur = pclThis->pclGetError();
+    try {
+        std::wstring s = pclErreur->pszGetUserMessage();
+        const size_t n = s.find(pszMilieu);
+        if (n == std::wstring::npos) return;
+        s.replace(n, std::wcslen(pszMilieu), pszSource);
+        CXError clErreur(&gstMyModuleInfo8);
+        clErreur.SetErrorLevel(pclErreur->eGetErrorLevel());
+        clErreur.AddUserMessageNoFormat(s.c_str());
+        pclThis->RaiseErrorCopy(&clErreur);
+    } catch (...) {
+    }
+}
+
 // fCrypteEncode and fDecrypteDecode with both stages: the middle form goes to a file of ours
 // beside the destination, removed on every path.
 bool bDeuxEtapes(CComposanteStandard* pclThis, const STManipAUB* pstSource, const STManipAUB* pstDestination,
@@ -626,7 +651,7 @@ bool bDeuxEtapes(CComposanteStandard* pclThis, const STManipAUB* pstSource, cons
         return false;
     CFichierTemporaire clMilieu;
     if (!clMilieu.bCree(sDestination)) {
-        EchecFichier(pclThis, nullptr, errno);
+        EchecDestination(pclThis, errno);
         return false;
     }
     if (bVersTexte) {
@@ -636,12 +661,15 @@ bool bDeuxEtapes(CComposanteStandard* pclThis, const STManipAUB* pstSource, cons
     if (!bEncodeFichier(pclThis, clMilieu.pszNom(), sSource.c_str(), nEncodage, false)) return false;
     CDestinationFichier clDestination;
     if (!clDestination.bPrepare(sDestination)) {
-        EchecFichier(pclThis, nullptr, errno);
+        EchecDestination(pclThis, errno);
         return false;
     }
-    if (!bDecrypteVers(pclThis, clMilieu.pszNom(), clDestination.pszTemporaire(), pszMotDePasse, nMethode)) return false;
+    if (!bDecrypteVers(pclThis, clMilieu.pszNom(), clDestination.pszTemporaire(), pszMotDePasse, nMethode)) {
+        NommeLaSource(pclThis, clMilieu.pszNom(), sSource.c_str());
+        return false;
+    }
     if (!clDestination.bPlace()) {
-        EchecFichier(pclThis, nullptr, errno);
+        EchecDestination(pclThis, errno);
         return false;
     }
     return true;

@@ -178,7 +178,9 @@ STStructureRetour* CVirtualMachine::m_pstFindStructure(const void* pv, STCallCon
 
 const wchar_t* CVirtualMachine::pxGetInfoTraitement(int, int) { return kEmpty; }
 void CVirtualMachine::SetObjetAppelant(IObjetAPCode*) {}
-int CVirtualMachine::bVerifieFonctionnalite(int, CXError*) { return 0; }
+// The one feature the stand-in serves: procedures called on a thread of the library (the
+// notifications of shared memory zones); its procedure host must then bear calls from that thread.
+int CVirtualMachine::bVerifieFonctionnalite(int nFonctionnalite, CXError*) { return nFonctionnalite == 12 ? 1 : 0; }
 int CVirtualMachine::bEmpileChampAppel(IObjetAPCode*, CXError*) { return 0; }
 IInfoLangue* CVirtualMachine::piGetInfoLangue(int, int) { return &CMachineServices::s_Instance().clInfoLangue(); }
 

@@ -100,14 +100,20 @@ key_t COVSharedMemory::s_nCleDuNom(const wchar_t* pszNom) noexcept {
     return nCle;
 }
 
-namespace {
-
-key_t nCleAdmin(key_t nCleZone) noexcept {
+key_t COVSharedMemory::s_nCleAdmin(key_t nCleZone) noexcept {
+    // A key of its own rather than one from a second file beside the zone's: the block must be
+    // found by every process that finds the zone.
     wchar_t szNom[32];
     std::swprintf(szNom, 32, L"OVZ%08X_ADM", static_cast<unsigned int>(nCleZone));
     return COVSemProccess::s_nCleDuNom(szNom);
 }
 
+void COVSharedMemory::s_NomReveil(pid_t nProcessus, wchar_t* pszNom, size_t nTaille) noexcept {
+    NomReveil(nProcessus, pszNom, nTaille);
+}
+
+namespace {
+key_t nCleAdmin(key_t nCleZone) noexcept { return COVSharedMemory::s_nCleAdmin(nCleZone); }
 }  // namespace
 
 // ================================================================ life

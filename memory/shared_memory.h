@@ -101,6 +101,10 @@ public:
     // The key of a zone's name: ftok of the name without its first character, taken as a path,
     // with the first character as the project. -1 with errno set on failure.
     static key_t s_nCleDuNom(const wchar_t* pszNom) noexcept;
+    // The key of a zone's registration block, from the zone's key.
+    static key_t s_nCleAdmin(key_t nCleZone) noexcept;
+    // The name of a process's wake-up semaphore.
+    static void s_NomReveil(pid_t nProcessus, wchar_t* pszNom, size_t nTaille) noexcept;
 
 protected:
     // The other registered processes that are alive; dead ones are struck out of the block and

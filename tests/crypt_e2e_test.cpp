@@ -265,7 +265,9 @@ TEST_F(CryptEndToEnd, FilesComeBackAroundTheRunSize) {
             ASSERT_EQ(stC.clResult.nInteger, 1) << n << " " << nMethode << " error " << stC.stError.nCode;
             const std::string sChiffre = sLit(sChemin("chiffre"));
             ASSERT_EQ(sChiffre.size(), n + 4) << "a 32-bit sum, then the bytes";
-            if (n > 8) EXPECT_NE(sChiffre.substr(4), sSource);
+            if (n > 8) {
+                EXPECT_NE(sChiffre.substr(4), sSource);
+            }
             EXPECT_EQ(stCall("fDecrypte", {Nom("chiffre"), Nom("retour"), CValue::Text(L"clé é"), CValue::Int(nMethode)})
                           .clResult.nInteger,
                       1);
@@ -312,15 +314,22 @@ TEST_F(CryptEndToEnd, FailedFileCallsLeaveDestinationsAsTheyWere) {
     std::filesystem::permissions(sChemin("garde"), std::filesystem::perms::owner_read);
     std::filesystem::create_directory(sChemin("ferme"));
     std::filesystem::permissions(sChemin("ferme"), std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    // Permissions bind everyone but the superuser; a missing directory and a file taken for one
+    // bind all.
     const bool bRoot = geteuid() == 0;
-    if (!bRoot) {
-        EXPECT_EQ(Appel("fCrypte", "clair", Nom("garde"), L"k", 1).clResult.nInteger, 0);
-        EXPECT_EQ(Appel("fCrypte", "clair", Nom("ferme/x"), L"k", 1).clResult.nInteger, 0);
+    for (const char* pszDestination : {"garde", "ferme/x", "absent/x", "clair/x"}) {
+        if (bRoot && (std::string(pszDestination) == "garde" || std::string(pszDestination) == "ferme/x")) continue;
+        for (const char* pszFonction : {"fCrypte", "fDecrypte"}) {
+            const STCallOutcome st = Appel(pszFonction, pszFonction[1] == 'C' ? "clair" : "chiffre", Nom(pszDestination), L"juste", 2);
+            EXPECT_EQ(st.clResult.nInteger, 0) << pszFonction << " " << pszDestination;
+            EXPECT_EQ(st.stError.nCode, 80026) << pszFonction << " " << pszDestination;
+        }
     }
     const STCallOutcome stRep = Appel("fCrypte", "clair", Nom("ferme"), L"k", 1);
     EXPECT_EQ(stRep.clResult.nInteger, 0);
     EXPECT_EQ(stRep.stError.nCode, 80059);
     EXPECT_EQ(sLit(sChemin("garde")), "ancien contenu");
+    EXPECT_EQ(sLit(sChemin("clair")), "Noël à l’école");
     EXPECT_EQ(nAvecSuffixe(".$tmp"), 0);
 }
 
@@ -356,8 +365,14 @@ TEST_F(CryptEndToEnd, FilesEncipheredAndEncoded) {
     EXPECT_EQ(stCall("fCrypte", {Nom("clair"), Nom("x"), clClé, CValue::Int(1), CValue::Int(7)}).stError.nCode, 81840);
     EXPECT_EQ(stCall("fCrypte", {Nom("clair"), Nom("x"), CValue::Text(L""), CValue::Int(1), CValue::Int(2)}).stError.nCode,
               80282);
-    // A failing second stage still removes the middle file.
+    // A failing stage still removes the middle file, and the message names the program's file.
     EXPECT_EQ(Appel("fDecrypte", "clair", "retour", 1, 2), 0);
+    const STCallOutcome stFaux =
+        stCall("fDecrypte", {Nom("les deux.txt"), Nom("retour"), CValue::Text(L"autre"), CValue::Int(3), CValue::Int(4)});
+    EXPECT_EQ(stFaux.clResult.nInteger, 0);
+    EXPECT_NE(stFaux.stError.sMessage.find(L"les deux.txt"), std::wstring::npos);
+    EXPECT_EQ(stFaux.stError.sMessage.find(L".$tmp"), std::wstring::npos);
+    EXPECT_EQ(sLit(sChemin("retour")), sSource) << "the last good result stays";
     EXPECT_EQ(nAvecSuffixe(".$tmp"), 0);
 }
 
