@@ -1223,10 +1223,14 @@ bool CBufferStream::Add(const wchar_t* pszTexte, int nCaracteres) noexcept {
     if (pszTexte == nullptr) return true;
     const size_t n = nCaracteres < 0 ? std::wcslen(pszTexte) : static_cast<size_t>(nCaracteres);
     if (n == 0) return true;
+    // A piece of the text itself, appended again, must be found after the reallocation.
+    const long nInterne = nOffsetInterne(pszTexte, reinterpret_cast<const uint8_t*>(m_pszDebut),
+                                         static_cast<unsigned long>(m_nCapacite * sizeof(wchar_t)));
     if (static_cast<size_t>(m_pszFin - m_pszEcriture) < n &&
         !_bAgrandit(static_cast<size_t>(m_pszEcriture - m_pszDebut) + n))
         return false;
-    std::wmemcpy(m_pszEcriture, pszTexte, n);
+    if (nInterne >= 0) pszTexte = m_pszDebut + nInterne / static_cast<long>(sizeof(wchar_t));
+    std::wmemmove(m_pszEcriture, pszTexte, n);
     m_pszEcriture += n;
     *m_pszEcriture = 0;
     return true;

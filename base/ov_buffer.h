@@ -99,7 +99,7 @@ public:
     // Writes at the cursor and moves it; the data grow as needed. False only when memory fails or
     // the coded region does not decode.
     bool Set(const void* pData, unsigned long nTaille) noexcept {
-        if (!m_bCode && nTaille <= m_nTailleAllouee - m_nCurseur) {
+        if (!m_bCode && pData != nullptr && nTaille <= m_nTailleAllouee - m_nCurseur) {
             if (nTaille != 0) std::memcpy(m_pbyDonnees + m_nCurseur, pData, nTaille);
             m_nCurseur += nTaille;
             if (m_nCurseur > m_nTailleUtilisee) m_nTailleUtilisee = m_nCurseur;
@@ -112,7 +112,7 @@ public:
     // Reads at the cursor and moves it. Past the used size only what is there is read, and the rest
     // of the output is left as it was. False when the full count was not read.
     bool Get(void* pData, unsigned long nTaille) noexcept {
-        if (!m_bCode && nTaille <= m_nTailleUtilisee - m_nCurseur) {
+        if (!m_bCode && pData != nullptr && nTaille <= m_nTailleUtilisee - m_nCurseur) {
             if (nTaille != 0) std::memcpy(pData, m_pbyDonnees + m_nCurseur, nTaille);
             m_nCurseur += nTaille;
             return true;
@@ -275,7 +275,8 @@ private:
     bool __bResizeBuffer(unsigned long nTaille) noexcept;
     // Decodes when an access to [nDebut, nDebut + nTaille) steps into the coded region.
     bool __bAccede(unsigned long nDebut, unsigned long nTaille) noexcept {
-        return !m_bCode || nDebut + nTaille <= m_nPremierOctetCode || __UncodeBuffer();
+        return !m_bCode || (nTaille <= m_nPremierOctetCode && nDebut <= m_nPremierOctetCode - nTaille) ||
+               __UncodeBuffer();
     }
     bool __CodeBuffer() noexcept;
     bool __UncodeBuffer() noexcept;

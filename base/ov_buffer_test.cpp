@@ -483,7 +483,12 @@ TEST(OVBufferCoding, StreamsCarryTheCodedFormBothWays) {
     EXPECT_FALSE(clLu.bSetFromFile(&clFlux, nEcrit + 10, &nLu)) << "the stream holds fewer bytes";
     EXPECT_EQ(nLu, nEcrit);
     EXPECT_TRUE(clLu.bEstCode());
-    EXPECT_EQ(TOctets(clLu.GetAll(), clLu.GetAll() + clLu.dwGetSize()), tabClair);
+    uint32_t dwVersion = 0, dwCompat = 0;
+    EXPECT_EQ(COVBufferMark::nReadEntetePrincipale(&clLu, 7, 2, &dwVersion, &dwCompat), 0);  // sets the clear part
+    unsigned long nClair = 0;
+    const uint8_t* pbyClair = clLu.GetAll(&nClair);
+    ASSERT_NE(pbyClair, nullptr);
+    EXPECT_EQ(TOctets(pbyClair, pbyClair + nClair), tabClair);
 }
 
 // ---------------------------------------------------------------- nested buffers and blocks
@@ -543,6 +548,9 @@ TEST(OVBufferStream, GrowthKeepsEveryCharacter) {
         sAttendu.append(L"é\U0001D11E", static_cast<size_t>(i % 3));
     }
     EXPECT_EQ(std::wstring(clFlux.pszGet()), sAttendu);
+    const int nLongueur = clFlux.nGetLongueur();
+    ASSERT_TRUE(clFlux.Add(clFlux.pszGet(), nLongueur));  // its own text, through a reallocation
+    EXPECT_EQ(std::wstring(clFlux.pszGet()), sAttendu + sAttendu);
 }
 
 // ---------------------------------------------------------------- golden files
@@ -604,6 +612,18 @@ TEST(OVBufferGolden, BinaryFormsMatchTheCommittedFiles) {
         clBuffer.ForceCode();
         CompareGolden(eCrypt != 0 ? "packed_enciphered.bin" : "packed.bin", Octets(clBuffer));
     }
+
+    // The text packer gets the region behind its own 32-bit length, inside the packed stream.
+    COVBuffer clTexte;
+    clTexte.SetPackMethod(2);
+    COVBufferMark::WriteEntetePrincipale(&clTexte, 7, 2);
+    for (int i = 0; i < 8; ++i) clTexte.SaveString(kTexte1252, eMODETSTRING_ANSI);
+    ASSERT_TRUE(clTexte.ForceCode());
+    CompareGolden("packed_text.bin", Octets(clTexte));
+    clTexte.SeekNoResize(12);
+    CTString clLu;
+    ASSERT_TRUE(clTexte.bReadString(clLu, eMODETSTRING_ANSI));
+    EXPECT_STREQ(clLu.pszGet(), kTexte1252);
 }
 
 }  // namespace

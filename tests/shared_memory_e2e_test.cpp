@@ -141,7 +141,7 @@ protected:
         std::string sModele = (fs::temp_directory_path() / "ov_zone_XXXXXX").string();
         ASSERT_NE(mkdtemp(sModele.data()), nullptr);
         m_sRep = sModele;
-        const std::string sFichier = m_sRep + "/zone été.txt";
+        const std::string sFichier = m_sRep + "/zone_été.txt";
         std::ofstream(sFichier).put('x');
         m_sNom = L"Z" + sWideFromBytes(sFichier);
         m_nCle = COVSharedMemory::s_nCleDuNom(m_sNom.c_str());

@@ -1,7 +1,7 @@
 // The second process of the shared memory tests: loads the library in its own stand-in machine
 // and obeys one command per line on its standard input, answering one line each.
 //   ouvre <name> <size> <options> [procedure]   fMemOuvre; answers the handle
-//   ecrit <text>                                  writes the text (UTF-8 in, wide in the zone) at 0
+//   ecrit <text>                                  writes the text (UTF-8 in) behind a mark, at 2
 //   lit <bytes>                                   reads from 0; answers the bytes in hexadecimal
 //   attend <ms>                                   fMemAttend; answers 1 or 0
 //   notifs                                        the notices received: "<count> <name> <index>"
@@ -85,7 +85,7 @@ int main() {
         } else if (sCommande == "ecrit") {
             std::string sTexte;
             std::getline(s >> std::ws, sTexte);
-            Appel("fPositionne", {CValue::Int(static_cast<int>(nHandle)), CValue::Int64(0), CValue::Int(0)});
+            Appel("fPositionne", {CValue::Int(static_cast<int>(nHandle)), CValue::Int64(2), CValue::Int(0)});
             std::cout << Appel("fEcrit", {CValue::Int(static_cast<int>(nHandle)), CValue::Text(sWideFromBytes(sTexte))}).nInteger
                       << std::endl;
         } else if (sCommande == "lit") {

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and the tests need, when they are missing.
 set -euo pipefail
-packages=(g++ clang cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev ccache python3 ncompress lhasa jlha-utils zlib1g-dev xdelta3 bsdiff libcrypto++-dev)
+packages=(g++ clang cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev ccache python3 ncompress lhasa jlha-utils zlib1g-dev xdelta3 bsdiff libcrypto++-dev sharutils)
 missing=()
 for p in "${packages[@]}"; do
   dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")

@@ -80,6 +80,15 @@ def main(folder):
     check(len(enciphered) == len(packed), "enciphered: the cipher keeps the length")
     check(enciphered[12:] != packed[12:], "enciphered: region changed")
 
+    # The text packer's stream: the clear header, then packed bytes ending in the stream's zero mark;
+    # what it packed was the region behind its 32-bit length, so nothing of ours stands in front.
+    text = read("packed_text.bin")
+    check(struct.unpack_from("<III", text, 0) == (12, 7, 2), "text packer: header stays clear")
+    clear_text = 8 * (len(FRENCH_1252.encode("cp1252")) + 1)
+    # (It packs plain message text; accented text may come out longer.)
+    check(text[-1] == 0 and len(text) > 12, "text packer: a stream with its end mark")
+    check(struct.unpack_from("<I", text, 12)[0] != clear_text, "text packer: no clear length in front")
+
     for failure in failures:
         print("FAIL:", failure)
     print("golden files:", "bad" if failures else "good")
