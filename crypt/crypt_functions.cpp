@@ -97,18 +97,20 @@ int nEncode(const std::vector<uint8_t>& tab, int nEncodage, CXYString<wchar_t>* 
     const std::unique_ptr<CEncodeBase> pclEncodeur(pclGetEncodeur(nEncodage));
     if (!pclEncodeur) return nEncodage < 1 || nEncodage > kEncodageMax ? eENCODAGE_INVALIDE : eMEMOIRE;
     if (tab.size() > kTailleMaxValeur / 2) return eMEMOIRE;
-    try {
-        wchar_t* psz = nullptr;
-        const long n = pclEncodeur->nEncodeEtAlloue(tab.data(), tab.size(), kGroupesParLigneDefaut, &psz);
-        const std::unique_ptr<wchar_t[]> pszLibere(psz);
-        if (n < 0 || static_cast<size_t>(n) > kTailleMaxValeur / sizeof(wchar_t)) return eMEMOIRE;
-        CXYString<wchar_t> cl(psz != nullptr ? psz : L"", static_cast<int>(n));
-        if (cl.bEstNull() && n > 0) return eMEMOIRE;
-        *pclTexte = std::move(cl);
-        return eOK;
-    } catch (...) {
-        return eMEMOIRE;
+    // Encoded straight into the value handed back: the text is near six times the bytes, and a
+    // second copy of it would cost more than the encoding.
+    const unsigned long nLongueur = pclEncodeur->nLongueurEncodee(tab.size(), kGroupesParLigneDefaut);
+    if (nLongueur > kTailleMaxValeur / sizeof(wchar_t)) return eMEMOIRE;
+    CXYString<wchar_t> cl;
+    if (nLongueur > 0) {
+        wchar_t* psz = cl.pszGetBuffer(static_cast<int>(nLongueur));
+        if (psz == nullptr) return eMEMOIRE;
+        const long n = pclEncodeur->nEncodeW(tab.data(), tab.size(), kGroupesParLigneDefaut, psz);
+        if (n < 0 || static_cast<unsigned long>(n) > nLongueur) return eMEMOIRE;
+        cl.nTronque(static_cast<int>(n));
     }
+    *pclTexte = std::move(cl);
+    return eOK;
 }
 
 int nDecode(const wchar_t* pszTexte, int nEncodage, std::vector<uint8_t>* ptab) noexcept {

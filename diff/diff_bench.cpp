@@ -6,6 +6,7 @@
 
 #include <spawn.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -68,8 +69,7 @@ const STJeu& stJeu() {
             nModifie += nLongueur;
         }
         s.sDossier = "/tmp/ov_diff_bench_" + std::to_string(getpid());
-        std::string sCommande = s.sDossier;
-        mkdir(sCommande.c_str(), 0700);
+        mkdir(s.sDossier.c_str(), 0700);
         std::ofstream(s.sDossier + "/source", std::ios::binary).write(reinterpret_cast<const char*>(s.tabSource.data()), static_cast<std::streamsize>(s.tabSource.size()));
         std::ofstream(s.sDossier + "/cible", std::ios::binary).write(reinterpret_cast<const char*>(s.tabCible.data()), static_cast<std::streamsize>(s.tabCible.size()));
         return s;
@@ -167,4 +167,14 @@ BENCHMARK_CAPTURE(BM_Peer, xdelta3_decode, {"xdelta3", "-e", "-f", "-s", "S", "T
     ->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK_CAPTURE(BM_Peer, bspatch, {"bsdiff", "S", "T", "D"}, {"bspatch", "S", "R", "D"}, "b.patch", true)
     ->Unit(benchmark::kMillisecond)->Iterations(5);
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    // The inputs and outputs of the peers are this run's own files.
+    const std::string& sDossier = stJeu().sDossier;
+    for (const char* pszNom : {"source", "cible", "ov.dif", "x.vcdiff", "b.patch", "rebuilt"})
+        std::remove((sDossier + "/" + pszNom).c_str());
+    rmdir(sDossier.c_str());
+    return 0;
+}
