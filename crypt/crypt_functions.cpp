@@ -295,8 +295,13 @@ int nOctetsChiffres(const STManipAUB* pstValeur, int nEncodage, std::vector<uint
     return eOK;
 }
 
-void PousseOctets(STZKAppel* pstAppel, const std::vector<uint8_t>& tab) {
-    ovthunk::PousseBinaire(pstAppel, CZKBIN(tab.data(), static_cast<int>(tab.size())));
+void PousseOctets(CComposanteStandard* pclThis, STZKAppel* pstAppel, const std::vector<uint8_t>& tab) {
+    const CZKBIN cl(tab.data(), static_cast<int>(tab.size()));
+    if (cl.bEstNull() && !tab.empty()) {
+        bRapporte(pclThis, eMEMOIRE);
+        return ovthunk::PousseEchec(pstAppel);
+    }
+    ovthunk::PousseBinaire(pstAppel, cl);
 }
 
 }  // namespace
@@ -341,7 +346,7 @@ void CComposanteStandard::ChaineCrypteEncode(const STManipAUB* pstValeur, const 
         const CXYString<char> clOctets(reinterpret_cast<const char*>(tab.data()), static_cast<int>(tab.size()));
         return ovthunk::PousseTexte(pstAppel, clOctets, STManipAUB::TYPE_ANSI);
     }
-    PousseOctets(pstAppel, tab);
+    PousseOctets(this, pstAppel, tab);
 }
 
 void CComposanteStandard::ChaineDecrypteDecode(const STManipAUB* pstValeur, const wchar_t* pszMotDePasse, int nOption,
@@ -373,7 +378,7 @@ void CComposanteStandard::ChaineDecrypteDecode(const STManipAUB* pstValeur, cons
                 if (cl.bEstNull() && !tab.empty()) break;
                 return ovthunk::PousseTexte(pstAppel, cl, 0);
             }
-            case EForme::Binaire: return PousseOctets(pstAppel, tab);
+            case EForme::Binaire: return PousseOctets(this, pstAppel, tab);
         }
     } catch (...) {
     }

@@ -28,15 +28,19 @@ namespace {
 
 constexpr char kszEnteteUU[] = "begin 0666 uu\r\n";
 constexpr size_t kLongueurEnteteUU = sizeof kszEnteteUU - 1;
-// The own form closes its last line itself; the classic form's lines each end in CR LF already.
+// Both endings close the last line themselves, so a line that fell exactly on 45 groups (and
+// already ended) leaves an empty line before them; readers skip it.
 constexpr char kszFinUU[] = "\r\nend\r\n";
 constexpr size_t kLongueurFinUU = sizeof kszFinUU - 1;
-constexpr char kszFinUUStandard[] = "`\r\nend\r\n";
+constexpr char kszFinUUStandard[] = "\r\n`\r\nend\r\n";
 constexpr size_t kLongueurFinUUStandard = sizeof kszFinUUStandard - 1;
 
-constexpr unsigned long kGroupesLigneUU = 45;      // own form: 135 bytes a line
+// Both UU forms write 45 groups, 135 bytes, a line, though a line's count character (classic
+// form) can say no more than 45: stored texts were written so and must read back the same.
+constexpr unsigned long kGroupesLigneUU = 45;
+constexpr size_t kOctetsLigneUU = 3 * kGroupesLigneUU;
 constexpr size_t kSeuilMarqueUU = 45;              // "_" opens a line while more bytes than this are left
-constexpr size_t kOctetsLigneUUStandard = 45;      // classic form: 45 bytes, 60 characters a line
+constexpr size_t kCompteMaxUUStandard = 45;        // "M": the count of every classic line that is not the last
 constexpr size_t kCaracteresLigneSansMarque = 60;  // the longest own-form line that has no "_"
 
 constexpr int kErreurLecture = 80024;
@@ -119,40 +123,21 @@ size_t nCorpsBase64(const STAlphabet& st, const uint8_t* pby, size_t nTaille, un
     return static_cast<size_t>(psz - pszDebut);
 }
 
-// Lines of the own UU form from a chunk of whole lines (or the last chunk). A line that is not the
-// last has 135 bytes, so more than 45 are left at its start and it opens with "_"; the last one's
-// count is its own size.
-size_t nCorpsUU(const STAlphabet& st, const uint8_t* pby, size_t nTaille, char* psz) {
+// Lines of either UU form from a chunk of whole lines (or the last chunk): 135 bytes a line, the
+// last group unpadded, CR LF after the 45th group. Only what opens a line differs: the own form
+// writes "_" while more than 45 bytes are left, nothing otherwise; the classic form writes a count
+// character, "M" (45) while 45 or more are left, else the bytes left. The bytes left in the chunk
+// decide, which is right because only the last chunk holds a line of fewer than 135.
+size_t nCorpsUU(const STAlphabet& st, const uint8_t* pby, size_t nTaille, bool bStandard, char* psz) {
     char* const pszDebut = psz;
-    constexpr size_t kOctetsLigne = kGroupesLigneUU * 3;
     while (nTaille > 0) {
-        if (nTaille > kSeuilMarqueUU) *psz++ = '_';
-        const size_t n = nTaille < kOctetsLigne ? nTaille : kOctetsLigne;
+        if (bStandard)
+            *psz++ = st.tabCaractere[nTaille < kCompteMaxUUStandard ? nTaille : kCompteMaxUUStandard];
+        else if (nTaille > kSeuilMarqueUU)
+            *psz++ = '_';
+        const size_t n = nTaille < kOctetsLigneUU ? nTaille : kOctetsLigneUU;
         unsigned long nPosition = 0;
         psz += nCorpsBase64(st, pby, n, kGroupesLigneUU, false, &nPosition, psz);
-        pby += n;
-        nTaille -= n;
-    }
-    return static_cast<size_t>(psz - pszDebut);
-}
-
-// Classic lines: the count character, whole groups (an incomplete one filled with zero bits),
-// CR LF.
-size_t nCorpsUUStandard(const STAlphabet& st, const uint8_t* pby, size_t nTaille, char* psz) {
-    char* const pszDebut = psz;
-    while (nTaille > 0) {
-        const size_t n = nTaille < kOctetsLigneUUStandard ? nTaille : kOctetsLigneUUStandard;
-        *psz++ = st.tabCaractere[n];
-        unsigned long nPosition = 0;
-        const size_t nComplets = n - n % 3;
-        psz += nCorpsBase64(st, pby, nComplets, 0, false, &nPosition, psz);
-        if (n % 3 != 0) {
-            uint8_t tabReste[3] = {pby[nComplets], 0, 0};
-            if (n % 3 == 2) tabReste[1] = pby[nComplets + 1];
-            psz += nCorpsBase64(st, tabReste, 3, 0, false, &nPosition, psz);
-        }
-        *psz++ = '\r';
-        *psz++ = '\n';
         pby += n;
         nTaille -= n;
     }
@@ -229,8 +214,12 @@ private:
 // Both UU forms, line by line, in any number of pieces. Lines end at CR or LF; empty lines are
 // skipped. The text starts after a line that begins with "begin"; none at all is an error.
 // The own form keeps the first 61 characters of a line before deciding anything: a line longer
-// than 60 opens with the "_" mark, which is no data; a shorter one is all data. The classic form
-// keeps a line's first 62 characters, all that 63 bytes at most can need.
+// than 60 opens with the "_" mark, which is no data; a shorter one is all data.
+// The classic form reads its own texts, whose "M" lines hold up to 135 bytes, and those of other
+// writers, whose lines hold what their count says in padded groups. An "M" line therefore flows
+// as data group by group, to its end, and gives at least 45 bytes (blanks a trim took count as
+// zeros); any other line is kept (85 characters, all that a count of 63 needs) and gives exactly
+// the bytes its count says, so padding is never read as data.
 class CDecodeurUU {
 public:
     CDecodeurUU(const STAlphabet& st, bool bStandard) noexcept : m_st(st), m_bStandard(bStandard) {}
@@ -246,10 +235,18 @@ public:
             }
             const char cCourt = c < 256 ? static_cast<char>(c) : '\x7f';
             if (m_bEngagee) {
-                pby += nDonnee<bEcrit>(byValeur(m_st, cCourt), pby);
+                const size_t nOctets = nDonnee<bEcrit>(byValeur(m_st, cCourt), pby);
+                pby += nOctets;
+                m_nOctetsLigne += nOctets;
             } else if (m_nLigne < kGarde) {
                 m_szLigne[m_nLigne++] = cCourt;
-                if (m_ePhase == eCORPS && !m_bStandard && m_nLigne == kCaracteresLigneSansMarque + 1) {
+                if (m_ePhase != eCORPS) continue;
+                if (m_bStandard) {
+                    if (m_nLigne == 1 && (byValeur(m_st, cCourt) & 0x3F) == kCompteMaxUUStandard) {
+                        m_bEngagee = true;
+                        m_nOctetsLigne = 0;
+                    }
+                } else if (m_nLigne == kCaracteresLigneSansMarque + 1) {
                     // Past 60 characters: the "_" is a mark, and what follows flows as data.
                     m_bEngagee = true;
                     for (size_t i = m_szLigne[0] == '_' ? 1 : 0; i < m_nLigne; ++i)
@@ -268,7 +265,7 @@ public:
     }
 
 private:
-    static constexpr size_t kGarde = 62;
+    static constexpr size_t kGarde = 85;
     enum EPhase { eENTETE, eCORPS, eFIN };
 
     bool bLigneEst(const char* psz) const noexcept {
@@ -284,6 +281,11 @@ private:
         } else if (m_ePhase == eCORPS && (m_nLigne > 0 || m_bEngagee)) {
             if (!m_bEngagee && m_nLigne == 3 && bLigneEst("end")) {
                 m_ePhase = eFIN;
+            } else if (m_bStandard && m_bEngagee) {
+                nEcrits = nVideReste<bEcrit>(pby);
+                m_nOctetsLigne += nEcrits;
+                for (; m_nOctetsLigne < kCompteMaxUUStandard; ++m_nOctetsLigne, ++nEcrits)
+                    if constexpr (bEcrit) pby[nEcrits] = 0;
             } else if (m_bStandard) {
                 nEcrits = nLigneStandard<bEcrit>(pby);
             } else {
@@ -354,13 +356,14 @@ private:
     char m_szLigne[kGarde] = {};
     size_t m_nLigne = 0;
     bool m_bEngagee = false;
+    size_t m_nOctetsLigne = 0;  // the bytes an engaged classic line gave so far
     uint8_t m_tabGroupe[4] = {};
     int m_nGroupe = 0;
 };
 
 // The most bytes nAvance can write for n characters, counting those a piece before left waiting
 // (a group, or the 61 characters of an undecided line): 3 for every 4 characters; the classic UU
-// form up to 63 bytes for each line end.
+// form up to 63 bytes for each line end (a kept line's count, or an "M" line made up to 45).
 size_t nMaxOctets(bool bStandard, size_t nCaracteres) noexcept {
     return bStandard ? 63 * (nCaracteres + 1) : (nCaracteres + 64) / 4 * 3 + 6;
 }
@@ -570,8 +573,9 @@ unsigned long CEncodeBase::nLongueurEncodee(unsigned long nTaille, unsigned long
                2 * (nNbGroupes / kGroupesLigneUU) + kLongueurFinUU;
     }
     case eUU_STANDARD: {
-        const unsigned long nLignes = nTaille / kOctetsLigneUUStandard + (nTaille % kOctetsLigneUUStandard != 0);
-        return kLongueurEnteteUU + 3 * nLignes + 4 * nNbGroupes + kLongueurFinUUStandard;
+        const unsigned long nLignes = nTaille / kOctetsLigneUU + (nTaille % kOctetsLigneUU != 0);
+        return kLongueurEnteteUU + nLignes + 4 * (nTaille / 3) + (nTaille % 3 ? nTaille % 3 + 1 : 0) +
+               2 * (nNbGroupes / kGroupesLigneUU) + kLongueurFinUUStandard;
     }
     }
     return 0;
@@ -594,12 +598,12 @@ long CEncodeBase::nEncodeA(const unsigned char* pby, unsigned long nTaille, unsi
         break;
     case eUU:
         psz = std::copy_n(kszEnteteUU, kLongueurEnteteUU, psz);
-        psz += nCorpsUU(st, pby, nTaille, psz);
+        psz += nCorpsUU(st, pby, nTaille, false, psz);
         psz = std::copy_n(kszFinUU, kLongueurFinUU, psz);
         break;
     case eUU_STANDARD:
         psz = std::copy_n(kszEnteteUU, kLongueurEnteteUU, psz);
-        psz += nCorpsUUStandard(st, pby, nTaille, psz);
+        psz += nCorpsUU(st, pby, nTaille, true, psz);
         psz = std::copy_n(kszFinUUStandard, kLongueurFinUUStandard, psz);
         break;
     }
@@ -609,8 +613,8 @@ long CEncodeBase::nEncodeA(const unsigned char* pby, unsigned long nTaille, unsi
 namespace {
 
 // Bytes of a streamed block: whole lines, so that each block's text follows the last one's.
-size_t nOctetsBloc(bool bUU, bool bStandard, unsigned long nGroupesParLigne) {
-    size_t nLigne = bStandard ? kOctetsLigneUUStandard : bUU ? 3 * kGroupesLigneUU : 3;
+size_t nOctetsBloc(bool bUU, unsigned long nGroupesParLigne) {
+    size_t nLigne = bUU ? kOctetsLigneUU : 3;
     if (!bUU && nGroupesParLigne != 0 && nGroupesParLigne <= 1000) nLigne = 3 * nGroupesParLigne;
     return nLigne >= kBlocFichier ? nLigne : kBlocFichier / nLigne * nLigne;
 }
@@ -624,7 +628,7 @@ long CEncodeBase::nEncodeW(const unsigned char* pby, unsigned long nTaille, unsi
     if (pby == nullptr) nTaille = 0;
     if (nTaille > kTailleMax || pszSortie == nullptr) return -1;
     const bool bUU = m_eForme == eUU || m_eForme == eUU_STANDARD;
-    const size_t nBloc = nOctetsBloc(bUU, m_eForme == eUU_STANDARD, nGroupesParLigne);
+    const size_t nBloc = nOctetsBloc(bUU, nGroupesParLigne);
     const size_t nPlace = nLongueurEncodee(nBloc, nGroupesParLigne) + 64;
     std::unique_ptr<char[]> psz(new (std::nothrow) char[nPlace]);
     if (!psz) return -1;
@@ -641,8 +645,8 @@ long CEncodeBase::nEncodeW(const unsigned char* pby, unsigned long nTaille, unsi
         const size_t n = nTaille - nFait < nBloc ? nTaille - nFait : nBloc;
         size_t nCaracteres;
         switch (m_eForme) {
-        case eUU: nCaracteres = nCorpsUU(st, pby + nFait, n, psz.get()); break;
-        case eUU_STANDARD: nCaracteres = nCorpsUUStandard(st, pby + nFait, n, psz.get()); break;
+        case eUU:
+        case eUU_STANDARD: nCaracteres = nCorpsUU(st, pby + nFait, n, m_eForme == eUU_STANDARD, psz.get()); break;
         default:
             nCaracteres = nCorpsBase64(st, pby + nFait, n, nGroupesParLigne, m_eForme == eBASE64_BOURRAGE, &nPosition,
                                        psz.get());
@@ -728,7 +732,7 @@ bool CEncodeBase::bEncodeFichier(const wchar_t* pszDestination, const wchar_t* p
         CDescripteur clSource;
         if (!bOuvreSource(pszSource, &clSource, pclErreur)) return false;
         const bool bUU = m_eForme == eUU || m_eForme == eUU_STANDARD;
-        const size_t nBloc = nOctetsBloc(bUU, m_eForme == eUU_STANDARD, nGroupesParLigne);
+        const size_t nBloc = nOctetsBloc(bUU, nGroupesParLigne);
         const size_t nPlace = nLongueurEncodee(nBloc, nGroupesParLigne) + 64;
         std::unique_ptr<uint8_t[]> pbyBloc(new (std::nothrow) uint8_t[nBloc]);
         std::unique_ptr<char[]> pszTexte(new (std::nothrow) char[nPlace]);
@@ -752,8 +756,10 @@ bool CEncodeBase::bEncodeFichier(const wchar_t* pszDestination, const wchar_t* p
             const auto n = static_cast<size_t>(nLu);
             size_t nCaracteres;
             switch (m_eForme) {
-            case eUU: nCaracteres = nCorpsUU(st, pbyBloc.get(), n, pszTexte.get()); break;
-            case eUU_STANDARD: nCaracteres = nCorpsUUStandard(st, pbyBloc.get(), n, pszTexte.get()); break;
+            case eUU:
+            case eUU_STANDARD:
+                nCaracteres = nCorpsUU(st, pbyBloc.get(), n, m_eForme == eUU_STANDARD, pszTexte.get());
+                break;
             default:
                 nCaracteres = nCorpsBase64(st, pbyBloc.get(), n, nGroupesParLigne, m_eForme == eBASE64_BOURRAGE,
                                            &nPosition, pszTexte.get());

@@ -49,10 +49,11 @@ public:
 
     // Stream a file: the source in blocks of whole lines (groupsPerLine * 3,000 bytes for base 64
     // with 20 groups a line), the encoded text in blocks of groupsPerLine * 4,000 + 2,000
-    // characters; the result is that of nEncodeA or nDecodeA on the whole file. The destination is
-    // written beside and renamed into place only when complete. Errors go to pclErreur (may be
-    // null): 80024 source unreadable, 80026 destination not creatable, 80025 not writable, 81808
-    // text not of this encoding, 80041 memory.
+    // characters (8,192 for the UU form with counts, whose every line end may give 63 bytes); the
+    // result is that of nEncodeA or nDecodeA on the whole file. The destination is written beside
+    // and renamed into place only when complete. Errors go to pclErreur (may be null): 80024
+    // source unreadable, 80026 destination not creatable, 80025 not writable, 81808 text not of
+    // this encoding, 80041 memory.
     bool bEncodeFichier(const wchar_t* pszDestination, const wchar_t* pszSource, unsigned long nGroupesParLigne,
                         CXError* pclErreur);
     bool bDecodeFichier(const wchar_t* pszDestination, const wchar_t* pszSource, CXError* pclErreur);
@@ -93,8 +94,11 @@ public:
     unsigned char __byDecodeChar(wchar_t c) override;
 };
 
-// Classic UU lines: a length character, 45 bytes at most, whole groups of four; a "`" line and
-// "end" close the text. Every line ends in CR LF.
+// UU with count characters: "begin 0666 uu" CR LF, lines of 45 groups (135 bytes) like the own
+// form, each opening with "M" while 45 bytes or more are left, else with 0x20 + the bytes left;
+// an unpadded last group; then CR LF "`" CR LF "end" CR LF. Texts of at most 45 bytes are thus
+// classic UU. Its decoder also reads classic UU of any writer: a line other than "M" gives the
+// bytes its count says, an "M" line every group it holds.
 class CEncodeUUEncodeStandard : public CEncodeBase {
 public:
     CEncodeUUEncodeStandard() noexcept : CEncodeBase(eUU_STANDARD) {}

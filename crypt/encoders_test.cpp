@@ -36,6 +36,19 @@ const STVecteur gtabVecteurs[] = {
 #include "crypt/testdata/encoders_vectors.inc"
 };
 
+// Classic UU texts of binascii.b2a_uu, whole, and its data line when the input fits one line.
+struct STTexteUU {
+    int nLigne;
+    const char* pszQuoi;
+    const char* pszHexa;
+    const char* pszLigne;
+    const char* pszTexte;
+};
+
+const STTexteUU gtabTextesUU[] = {
+#include "crypt/testdata/encoders_uu_peers.inc"
+};
+
 std::string sOctets(const char* pszHexa) {
     std::string s;
     for (const char* p = pszHexa; p[0] != 0 && p[1] != 0; p += 2) s += static_cast<char>(std::stoi(std::string(p, 2), nullptr, 16));
@@ -142,6 +155,14 @@ TEST(Encoders, DecodersGiveADefinedResultForAnyText) {
         {__LINE__, 4, L"begin 0666 uu\r\n#\r\n`\r\nend\r\n", std::string(3, '\0')},  // trimmed blanks are zeros
         {__LINE__, 4, L"begin 0666 uu\r\n#86)C\r\nend\r\n", "abc"},                  // no "`" line
         {__LINE__, 4, L"begin 644 f\n\"86)C\n`\nend\n", "ab"},                      // count under the group
+        {__LINE__, 4, L"begin 644 f\n!86)C86)C\n`\nend\n", "a"},                     // groups past the count
+        {__LINE__, 4, L"begin 0666 uu\r\n\"86(\r\n\r\n`\r\nend\r\n", "ab"},        // empty lines skipped
+        {__LINE__, 4, L"begin 0666 uu\r\nM86)C\r\n`\r\nend\r\n", "abc" + std::string(42, '\0')},  // trimmed "M" line
+        {__LINE__, 4, L"begin 0666 uu\r\nM\r\nM\r\n", std::string(90, '\0')},
+        {__LINE__, 4, L"begin 0666 uu\r\n`\r\n#86)C\r\nend\r\n", ""},             // nothing after the "`" line
+        {__LINE__, 4, L"begin 0666 uu\r\n#86)C\r\n \r\n#86)C\r\n", "abc"},        // a blank count ends it too
+        // "é" counts 9 bytes; a character past 0xFF reads as 0x7F.
+        {__LINE__, 4, L"begin 0666 uu\r\n\u00e9\U0001F3B5\r\n`\r\n", std::string("\x7c") + std::string(8, '\0')},
         {__LINE__, 4, L"", "<-1>"},
     };
     for (const auto& c : tabCas) EXPECT_EQ(sDecode(c.nEncodeur, c.sTexte), c.sAttendu) << "row " << c.nLigne;
@@ -156,6 +177,56 @@ TEST(Encoders, OwnUUFormSurvivesManyLines) {
     for (size_t n : {size_t{45}, size_t{46}, size_t{135}, size_t{136}, size_t{405}, size_t{1000}}) {
         const std::string sTexte = sEncode(3, s.substr(0, n));
         EXPECT_EQ(sDecode(3, sLarge(sTexte)), s.substr(0, n)) << n << " bytes";
+    }
+}
+
+// The form with counts writes what binascii writes for a text of one line of whole groups, and
+// reads binascii's padded lines, with blanks or "`" for zeros, CR LF or LF, back to their bytes.
+TEST(Encoders, UUWithCountsIsClassicUUWithinOneLine) {
+    for (const STTexteUU& v : gtabTextesUU) {
+        SCOPED_TRACE(testing::Message() << "peer line " << v.nLigne << ", " << v.pszQuoi);
+        const std::string sDonnees = sOctets(v.pszHexa);
+        EXPECT_EQ(sDecode(4, sLarge(v.pszTexte)), sDonnees);
+        unsigned char tab[400];
+        EXPECT_EQ(pclEncodeur(4)->nDecodeA(v.pszTexte, tab), static_cast<long>(sDonnees.size()));
+        if (v.pszLigne[0] != 0 && sDonnees.size() % 3 == 0)
+            EXPECT_EQ(sEncode(4, sDonnees), std::string("begin 0666 uu\r\n") + v.pszLigne + "`\r\nend\r\n");
+    }
+}
+
+// Lines hold 135 bytes in both UU forms; only the line starts differ. The counts of the second
+// form say 45 on every line but a last one shorter than that, and its decoder takes every group of
+// an "M" line, so multi-line texts come back whole.
+TEST(Encoders, UUFormsCarry135BytesALine) {
+    std::string s(1000, '\0');
+    std::mt19937 gen(5);
+    for (char& c : s) c = static_cast<char>(gen());
+    s[0] = s[135] = s[270] = 0;  // no line's data opens with "_" by chance
+    const struct {
+        int nLigne, nEncodeur;
+        size_t nTaille;
+        const char* pszDebuts;  // the first character of each line after "begin"
+    } tabCas[] = {
+        {__LINE__, 4, 44, "L"},   {__LINE__, 4, 45, "M"},   {__LINE__, 4, 135, "M"},
+        {__LINE__, 4, 179, "MK"}, {__LINE__, 4, 180, "MM"}, {__LINE__, 4, 405, "MMM"},
+        {__LINE__, 3, 45, ""},    {__LINE__, 3, 46, "_"},   {__LINE__, 3, 181, "__"},
+    };
+    for (const auto& c : tabCas) {
+        SCOPED_TRACE(testing::Message() << "row " << c.nLigne);
+        const std::string sDonnees = s.substr(0, c.nTaille);
+        const std::string sTexte = sEncode(c.nEncodeur, sDonnees);
+        std::string sDebuts;
+        size_t nLignes = 0;
+        for (size_t n = sTexte.find("\r\n") + 2; n < sTexte.size(); n = sTexte.find("\r\n", n) + 2) {
+            const size_t nFin = sTexte.find("\r\n", n);
+            if (nFin == n || sTexte.compare(n, 1, "`") == 0 || sTexte.compare(n, 3, "end") == 0) continue;
+            ++nLignes;
+            if (sTexte[n] == '_' || c.nEncodeur == 4) sDebuts += sTexte[n];
+            EXPECT_LE(nFin - n, 181u) << "45 groups and the line start at most";
+        }
+        EXPECT_EQ(sDebuts, c.pszDebuts);
+        EXPECT_EQ(nLignes, (c.nTaille + 134) / 135);
+        EXPECT_EQ(sDecode(c.nEncodeur, sLarge(sTexte)), sDonnees);
     }
 }
 
@@ -214,20 +285,26 @@ TEST_F(EncodersFiles, StreamedFilesEqualWholeTexts) {
     EXPECT_EQ(nEntrees(), 3) << "no temporary file is left";
 }
 
-// The system's own decoders read what the padded base 64 and the classic UU forms write.
-TEST_F(EncodersFiles, SystemDecodersReadTheStandardForms) {
+// coreutils base64 reads the padded base 64; our UU form with counts reads what sharutils
+// uuencode writes, and sharutils uudecode reads our text of a single classic line.
+TEST_F(EncodersFiles, SystemToolsAndOurFormsReadEachOther) {
     std::string s(100000, '\0');
     std::mt19937 gen(3);
     for (char& c : s) c = static_cast<char>(gen() % 3 == 0 ? 0 : gen());
     Ecrit(sChemin("source"), s);
+    const std::string sCourt = "\xc3\x89l\xc3\xa9gant \xc3\xa9t\xc3\xa9 \xf0\x9f\x8e\xb5 \xc3\xa0 No\xc3\xabl";
+    Ecrit(sChemin("court.uu"), sEncode(4, sCourt));
     CXError clErreur;
     ASSERT_TRUE(pclEncodeur(2)->bEncodeFichier(sNom(sChemin("b64")).c_str(), sNom(sChemin("source")).c_str(), 20, &clErreur));
-    ASSERT_TRUE(pclEncodeur(4)->bEncodeFichier(sNom(sChemin("uu")).c_str(), sNom(sChemin("source")).c_str(), 20, &clErreur));
-    const std::string sCommande = "base64 -d -i < " + sChemin("b64") + " > " + sChemin("b64.out") + " && uudecode -o " +
-                                  sChemin("uu.out") + " " + sChemin("uu");
-    ASSERT_EQ(std::system(sCommande.c_str()), 0) << "coreutils base64 and sharutils uudecode are needed";
+    const std::string sCommande = "base64 -d -i < " + sChemin("b64") + " > " + sChemin("b64.out") + " && uuencode " +
+                                  sChemin("source") + " nom > " + sChemin("uu") + " && uudecode -o " +
+                                  sChemin("court.out") + " " + sChemin("court.uu");
+    ASSERT_EQ(std::system(sCommande.c_str()), 0) << "coreutils base64 and sharutils are needed";
     EXPECT_TRUE(sLit(sChemin("b64.out")) == s);
+    EXPECT_EQ(sLit(sChemin("court.out")), sCourt);
+    ASSERT_TRUE(pclEncodeur(4)->bDecodeFichier(sNom(sChemin("uu.out")).c_str(), sNom(sChemin("uu")).c_str(), &clErreur));
     EXPECT_TRUE(sLit(sChemin("uu.out")) == s);
+    EXPECT_TRUE(sDecode(4, sLarge(sLit(sChemin("uu")))) == s);
 }
 
 // A destination that cannot be made, a source that cannot be read, a text of another form, a

@@ -813,6 +813,19 @@ void MarqueTrie(_stBUFFERMEM* pst, int nSens) noexcept {
 
 void TrieEntrees(stCTXMEM& ctx, _stBUFFERMEM* pst, std::vector<uint32_t>* ptab) {
     std::vector<STElementTri> tabElements(ptab->size());
+    // The spill file is read once, in one pass, rather than a record at a time.
+    std::vector<uint8_t> tabFichier;
+    if (pst->nFichier >= 0 && pst->nEnregFichier > 0) {
+        tabFichier.resize(static_cast<size_t>(pst->nUtiliseFichier));
+        if (!bLitTout(pst->nFichier, tabFichier.data(), tabFichier.size(), 0)) tabFichier.clear();
+    }
+    auto bCleFichier = [&](uint32_t dwAdresse, STDonneeMem* pstCle) {
+        const size_t nOffset = dwAdresse & ~kdwFichier;
+        if (tabFichier.empty() || nOffset + 4 > tabFichier.size()) return false;
+        const size_t nTaille = size_t{4} + dwLit32(tabFichier.data() + nOffset);
+        if (nTaille > static_cast<size_t>(kTailleMaxEnreg) || nOffset + nTaille > tabFichier.size()) return false;
+        return bDecoupeEnreg(tabFichier.data() + nOffset, nTaille, eENREG_CLE, pstCle);
+    };
     std::vector<uint8_t> tabClesFichier;
     // Keys of spilled records are gathered in one buffer; their pointers are set once it no
     // longer moves.
@@ -821,6 +834,10 @@ void TrieEntrees(stCTXMEM& ctx, _stBUFFERMEM* pst, std::vector<uint32_t>* ptab) 
         STElementTri& st = tabElements[i];
         st.dwAdresse = (*ptab)[i];
         STDonneeMem stCle{};
+        if ((st.dwAdresse & kdwFichier) != 0 && bCleFichier(st.dwAdresse, &stCle)) {
+            st = {stCle.pby, stCle.nLongueur, stCle.cType, st.dwAdresse};
+            continue;
+        }
         if (pbyLitAdresse(ctx, pst, st.dwAdresse, eENREG_CLE, &stCle) == nullptr) stCle = {0, nullptr, 0};
         st.cType = stCle.cType;
         st.nLongueur = stCle.nLongueur;

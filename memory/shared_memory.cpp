@@ -30,7 +30,7 @@ namespace {
 // Class-wide state of the process: the zones that have a procedure, and the thread that calls
 // them. The mutex is recursive because a procedure run by the thread may open or close zones.
 std::recursive_mutex gmxNotif;
-std::vector<COVSharedMemory*>* gptabZones = nullptr;  // never freed: the thread may outlive statics
+std::vector<COVSharedMemory*>* gptabZones = nullptr;  // made on first use, freed at the end
 std::atomic<bool> gbThreadRunning{false};
 bool gbThreadDemarre = false;
 pthread_t gnThread;
@@ -495,7 +495,15 @@ void COVSharedMemory::s_TermOVSharedMemory() noexcept {
     // Outside the lock: the thread takes it once more to see that it must end.
     if (bJoindre) pthread_join(gnThread, nullptr);
     std::lock_guard<std::recursive_mutex> cl(gmxNotif);
-    if (gpclReveil != nullptr) gpclReveil->Close();
+    // The thread is gone: what it used goes with the library, which may be unloaded next.
+    if (bJoindre || !gbThreadRunning.load()) {
+        delete gpclReveil;
+        gpclReveil = nullptr;
+        if (gptabZones != nullptr && gptabZones->empty()) {
+            delete gptabZones;
+            gptabZones = nullptr;
+        }
+    }
 }
 
 int COVSharedMemory::s_nNbZonesNotifiees() noexcept {

@@ -52,7 +52,7 @@ TEST_F(EncodersEndToEnd, StringsEncodeAsPythonDoesAndComeBack) {
         {__LINE__, 1, L"w4lsw6lnYW50IMOpdMOpIPCfjrU"},
         {__LINE__, 2, L"w4lsw6lnYW50IMOpdMOpIPCfjrU="},
         {__LINE__, 3, L"begin 0666 uu\r\nPXELPZEG86YT(,.I=,.I(/\"?CK4\r\nend\r\n"},
-        {__LINE__, 4, L"begin 0666 uu\r\n4PXELPZEG86YT(,.I=,.I(/\"?CK4 \r\n`\r\nend\r\n"},
+        {__LINE__, 4, L"begin 0666 uu\r\n4PXELPZEG86YT(,.I=,.I(/\"?CK4\r\n`\r\nend\r\n"},
     };
     for (const auto& c : tabCas) {
         const STCallOutcome st = stCall("ChaineEncode", {CValue::Buffer(gsTexte), CValue::Int(c.nEncodage)});
@@ -73,6 +73,19 @@ TEST_F(EncodersEndToEnd, UUShorthandsTakeTextAsUtf8) {
     EXPECT_EQ(stCall("UUEncode", {CValue::Buffer("")}).clResult.sText, L"begin 0666 uu\r\n\r\nend\r\n");
     EXPECT_EQ(stCall("UUEncode", {CValue::Buffer(std::string(3, '\0'))}).clResult.sText,
               L"begin 0666 uu\r\n    \r\nend\r\n");
+}
+
+// Encoding 4 keeps its stored lines of 135 bytes under "M", and reads classic UU of other writers,
+// padded, with "`" for zeros and LF line ends.
+TEST_F(EncodersEndToEnd, UUWithCountsKeepsItsLinesAndReadsClassicUU) {
+    const std::string s = gsTexte + std::string(130, '\0');
+    const STCallOutcome st = stCall("ChaineEncode", {CValue::Buffer(s), CValue::Int(4)});
+    EXPECT_EQ(st.clResult.sText.substr(0, 16), L"begin 0666 uu\r\nM");
+    EXPECT_EQ(st.clResult.sText.substr(15 + 181, 26), L"\r\n/" + std::wstring(20, L' ') + L"\r\n`");
+    EXPECT_EQ(stCall("ChaineDecode", {st.clResult, CValue::Int(4)}).clResult.sBytes, s);
+    const STCallOutcome stClassique =
+        stCall("ChaineDecode", {CValue::Text(L"begin 644 f\n4PXELPZEG86YT(,.I=,.I(/\"?CK4`\n`\nend\n"), CValue::Int(4)});
+    EXPECT_EQ(stClassique.clResult.sBytes, gsTexte);
 }
 
 TEST_F(EncodersEndToEnd, BadEncodingOrTextIsANumberedError) {
