@@ -189,8 +189,9 @@ TEST(Encoders, UUWithCountsIsClassicUUWithinOneLine) {
         EXPECT_EQ(sDecode(4, sLarge(v.pszTexte)), sDonnees);
         unsigned char tab[400];
         EXPECT_EQ(pclEncodeur(4)->nDecodeA(v.pszTexte, tab), static_cast<long>(sDonnees.size()));
-        if (v.pszLigne[0] != 0 && sDonnees.size() % 3 == 0)
+        if (v.pszLigne[0] != 0 && sDonnees.size() % 3 == 0) {
             EXPECT_EQ(sEncode(4, sDonnees), std::string("begin 0666 uu\r\n") + v.pszLigne + "`\r\nend\r\n");
+        }
     }
 }
 
