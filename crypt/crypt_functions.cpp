@@ -144,7 +144,7 @@ int nVers1252(const wchar_t* psz, size_t nCaracteres, std::vector<uint8_t>* ptab
 }
 
 EForme eFormeResultat(const std::vector<uint8_t>& tab, bool bAnsi) noexcept {
-    if (bAnsi && std::memchr(tab.data(), 0, tab.size()) == nullptr) return EForme::Texte1252;
+    if (bAnsi && (tab.empty() || std::memchr(tab.data(), 0, tab.size()) == nullptr)) return EForme::Texte1252;
     if (tab.size() % sizeof(wchar_t) != 0) return EForme::Binaire;
     for (size_t i = 0; i < tab.size(); i += sizeof(wchar_t)) {
         uint32_t dw;
@@ -342,7 +342,7 @@ void CComposanteStandard::ChaineCrypteEncode(const STManipAUB* pstValeur, const 
     if (nEncodage != 0) return ovthunk::PousseTexte(pstAppel, clTexte, 0);
     // 8-bit text cannot carry a zero byte: enciphered bytes that hold one go out as a binary value
     // rather than be cut short.
-    if (bModeAnsiActif && std::memchr(tab.data(), 0, tab.size()) == nullptr) {
+    if (bModeAnsiActif && (tab.empty() || std::memchr(tab.data(), 0, tab.size()) == nullptr)) {
         const CXYString<char> clOctets(reinterpret_cast<const char*>(tab.data()), static_cast<int>(tab.size()));
         return ovthunk::PousseTexte(pstAppel, clOctets, STManipAUB::TYPE_ANSI);
     }

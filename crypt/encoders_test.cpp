@@ -209,7 +209,7 @@ TEST(Encoders, UUFormsCarry135BytesALine) {
         const char* pszDebuts;  // the first character of each line after "begin"
     } tabCas[] = {
         {__LINE__, 4, 44, "L"},   {__LINE__, 4, 45, "M"},   {__LINE__, 4, 135, "M"},
-        {__LINE__, 4, 179, "MK"}, {__LINE__, 4, 180, "MM"}, {__LINE__, 4, 405, "MMM"},
+        {__LINE__, 4, 179, "ML"}, {__LINE__, 4, 180, "MM"}, {__LINE__, 4, 405, "MMM"},
         {__LINE__, 3, 45, ""},    {__LINE__, 3, 46, "_"},   {__LINE__, 3, 181, "__"},
     };
     for (const auto& c : tabCas) {
