@@ -94,9 +94,17 @@ constexpr STTabMaj TAB_MAJ;
 
 // The C library's Unicode tables, through a locale object of our own so that the process locale
 // is neither read nor changed. Null when the system lacks it; the Latin fallbacks then answer.
+// The object is freed when the library is unloaded, so a host that loads and unloads the library
+// repeatedly does not gather locales.
 locale_t hLocaleUnicode() noexcept {
-    static const locale_t s_hLocale = newlocale(LC_CTYPE_MASK, "C.UTF-8", static_cast<locale_t>(nullptr));
-    return s_hLocale;
+    struct STLocale {
+        locale_t h = newlocale(LC_CTYPE_MASK, "C.UTF-8", static_cast<locale_t>(nullptr));
+        ~STLocale() {
+            if (h != nullptr) freelocale(h);
+        }
+    };
+    static const STLocale s_st;
+    return s_st.h;
 }
 
 // Without the C library's tables: Latin-1, Latin Extended-A, Greek and Cyrillic.
