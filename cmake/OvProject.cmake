@@ -83,7 +83,7 @@ endfunction()
 
 # ov_add_fuzz(<name> SOURCES ... [LIBS ...] [SEEDS ...]): a fuzz target (LLVMFuzzerTestOneInput)
 # linked with the bounded driver. In sanitizer builds it runs as a test for OV_FUZZ_SECONDS.
-set(OV_FUZZ_SECONDS 20 CACHE STRING "Seconds each fuzz target runs as a test in sanitizer builds")
+set(OV_FUZZ_SECONDS 15 CACHE STRING "Seconds each fuzz target runs as a test in sanitizer builds")
 function(ov_add_fuzz name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;SEEDS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES} ${PROJECT_SOURCE_DIR}/tests/fuzz/fuzz_driver.cpp)
