@@ -20,7 +20,7 @@ constexpr uint32_t kOffsetTailleEntete = 8;
 constexpr uint32_t kOffsetVersionEntete = 12;
 constexpr uint32_t kOffsetOffsetNbPartie = 16;
 constexpr uint32_t kOffsetVersionElement = 32;
-constexpr uint32_t kOffsetVersionEcrivain = 36;
+// At 36, five 16-bit words of the writer's version (kwVersionEcrivain below); the reader skips them.
 constexpr uint32_t kOffsetTag = 46;
 constexpr uint32_t kTailleTag = 11;
 constexpr uint32_t kTailleEnteteBloc = 8;  // the link; the version header is counted from here
