@@ -85,6 +85,22 @@ TEST(Crc32, SeedContinuesAPreviousResult) {
     }
 }
 
+// Every length around the folded path's thresholds (64 bytes, then steps of 16 and 64), at
+// unaligned starts and with any seed, gives the bit-by-bit answer.
+TEST(Crc32, FoldedAndTablePathsAgreeWithTheBitwiseReference) {
+    std::mt19937 gen(11);
+    const std::string sTout = sAleatoire(gen, 4200);
+    for (size_t nTaille = 0; nTaille <= 300; ++nTaille) {
+        const size_t oDebut = nTaille % 7;
+        const std::string s = sTout.substr(oDebut, nTaille);
+        const uint32_t dwGraine = nTaille % 3 == 0 ? 0 : static_cast<uint32_t>(gen());
+        ASSERT_EQ(CCrc2::nCalculeCRC32(pbyDe(sTout) + oDebut, nTaille, dwGraine, CCrc2::kdwPolynomeIEEE),
+                  dwCrc32Bits(CCrc2::kdwPolynomeIEEE, s, dwGraine))
+            << "length " << nTaille;
+    }
+    EXPECT_EQ(CCrc2::nCalculeCRC32(pbyDe(sTout), sTout.size(), 0), dwCrc32Bits(CCrc2::kdwPolynomeIEEE, sTout));
+}
+
 TEST(Crc32, OtherPolynomialMatchesBitwiseReferenceAndCanBeSwitchedBack) {
     const uint32_t dwCastagnoli = 0x1EDC6F41;
     std::mt19937 gen(11);
