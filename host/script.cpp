@@ -822,6 +822,7 @@ CScriptRunner::~CScriptRunner() {
 }
 
 bool CScriptRunner::bRun(const STStatement& stStatement, STStatementResult* pstResult, STScriptError* pstError) {
+    std::lock_guard<std::recursive_mutex> verrou(m_mutexEtat);
     *pstResult = STStatementResult();
     if (stStatement.eKind == EStatementKind::Remark) return true;
     if (stStatement.eKind == EStatementKind::Procedure) {
@@ -843,6 +844,7 @@ bool CScriptRunner::bRun(const STStatement& stStatement, STStatementResult* pstR
 }
 
 int CScriptRunner::nTrouveProcedure(std::wstring_view sNom) {
+    std::lock_guard<std::recursive_mutex> verrou(m_mutexEtat);
     if (sNom == L"Trace") return 0;
     auto it = m_mapProcedures.find(sNom);
     return it == m_mapProcedures.end() ? -1 : static_cast<int>(it->second.tabParameters.size());
@@ -852,6 +854,7 @@ int CScriptRunner::nTrouveProcedure(std::wstring_view sNom) {
 // decides what it pushes, and a procedure takes what it names.
 bool CScriptRunner::bExecuteProcedure(std::wstring_view sNom, const std::vector<CValue>& tabArguments,
                                       CValue* pclRetour, std::string* psErreur) {
+    std::lock_guard<std::recursive_mutex> verrou(m_mutexEtat);
     try {
         if (sNom == L"Trace") {
             m_tabTrace.push_back(tabArguments);
@@ -937,7 +940,18 @@ bool CScriptRunner::bEvaluate(const STExpression& stExpression, CValue* pclValue
         if (!bEvaluate(stExpression.tabArguments[n], &tabArguments[n], pstResult, pstError)) return false;
     STCallOutcome stOutcome;
     std::string sMessage;
-    if (!m_piHost->bCall(stExpression.sName, tabArguments, &stOutcome, &sMessage)) {
+    // Every path into bEvaluate holds the state exactly once; the call runs without it, and takes
+    // it back on every way out.
+    bool bAppele;
+    {
+        struct STSansEtat {
+            std::recursive_mutex& m;
+            explicit STSansEtat(std::recursive_mutex& mutex) : m(mutex) { m.unlock(); }
+            ~STSansEtat() { m.lock(); }
+        } stSansEtat(m_mutexEtat);
+        bAppele = m_piHost->bCall(stExpression.sName, tabArguments, &stOutcome, &sMessage);
+    }
+    if (!bAppele) {
         if (sMessage.empty()) sMessage = "the call of " + stExpression.sName + " could not be made";
         return bFail(stExpression.nLine, stExpression.nColumn, sMessage, pstError);
     }

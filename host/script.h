@@ -6,6 +6,7 @@
 #pragma once
 
 #include <map>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -169,6 +170,10 @@ private:
     STStatementResult* m_pstResultEnCours = nullptr;  // the statement whose calls are running
     bool m_bEchecProcedure = false;                   // a procedure failed during the statement
     STScriptError m_stEchecProcedure;
+    // The runner's state belongs to one thread at a time: the statement's thread holds it except
+    // while the library runs a call, so a procedure called back from another thread (a shared
+    // memory zone's notification) waits for a moment between calls.
+    std::recursive_mutex m_mutexEtat;
 };
 
 }  // namespace ovhost

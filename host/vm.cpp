@@ -479,6 +479,7 @@ int CVirtualMachine::nVerifieInterruption(int, CXError*) {
 }
 
 IAppelMethode* CVirtualMachine::piTrouveTraitement(const wchar_t* pszNom, int, CXError*) {
+    std::shared_lock<std::shared_mutex> verrou(m_mutexProcedures);
     IProcedureHost* piProcedures = m_piProcedures.load();
     if (pszNom == nullptr || pszNom[0] == L'\0' || piProcedures == nullptr) return nullptr;
     try {
@@ -501,6 +502,7 @@ int CVirtualMachine::nExecuteAppel(IAppelMethode* piMethode, int nNbArgument, CX
         stP.pclRetour = nullptr;
         stP.sDerniereErreur.clear();
         auto* pclProcedure = dynamic_cast<CAppelProcedure*>(piMethode);
+        std::shared_lock<std::shared_mutex> verrou(m_mutexProcedures);
         IProcedureHost* piProcedures = m_piProcedures.load();
         if (pclProcedure == nullptr || pclProcedure->pclVM() != this || piProcedures == nullptr) {
             stP.sDerniereErreur = "the procedure handle is not one of this machine";

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <shared_mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -74,7 +75,12 @@ public:
     int nStrayResults() const { return m_nStray.load(); }
 
     // Callbacks. The procedures the component may find by name; null: none.
-    void SetProcedureHost(IProcedureHost* piProcedures) { m_piProcedures.store(piProcedures); }
+    // Waits for the procedures running on other threads (the library's notification threads call
+    // back at any time), so a host withdrawn here is never called again.
+    void SetProcedureHost(IProcedureHost* piProcedures) {
+        std::unique_lock<std::shared_mutex> verrou(m_mutexProcedures);
+        m_piProcedures.store(piProcedures);
+    }
     // The user's interruption, as a test arms it: the nApres-th check from now answers 10 (and
     // every check after it, until disarmed with 0).
     void ArmeInterruption(int nApres);
@@ -126,6 +132,7 @@ private:
     std::atomic<int> m_nModeChaine{0};  // wide text (Unicode mode)
     std::atomic<int> m_nStray{0};
     std::atomic<IProcedureHost*> m_piProcedures{nullptr};
+    std::shared_mutex m_mutexProcedures;  // held shared while a procedure host is in use
     std::atomic<int> m_nInterruptionDans{0};  // 0: not armed
     std::atomic<int> m_nVerifications{0};
     std::atomic<int> m_nReferencesVM{0};
