@@ -393,17 +393,19 @@ bool CCryptRC5::bSetCryptKey(const TCle* pCle) noexcept {
     return __bInitTableCle();
 }
 
+// Without a table (no key ever set, or memory failed when one was) the stored key is expanded
+// into the caller's stack block: the data are never left in clear.
+const uint32_t* CCryptRC5::_pdwTableOuPile(uint32_t* tabPile) noexcept {
+    if (m_pdwTable != nullptr) return m_pdwTable;
+    _ExpandCle(tabPile);
+    return tabPile;
+}
+
 void CCryptRC5::Crypt(unsigned char* pby, unsigned long nTaille, const TCle* pCle) noexcept {
     if (pCle != nullptr) bSetCryptKey(pCle);
     if (pby == nullptr || nTaille == 0) return;
-    // Without a table (no key ever set, or memory failed when one was) the stored key is expanded
-    // on the stack: the data are never left in clear.
     uint32_t tabPile[kMotsTableMax];
-    const uint32_t* S = m_pdwTable;
-    if (S == nullptr) {
-        _ExpandCle(tabPile);
-        S = tabPile;
-    }
+    const uint32_t* S = _pdwTableOuPile(tabPile);
     switch (m_nTours) {
         case 8: ChiffreRC5<8>(pby, nTaille, S, 8); break;
         case 16: ChiffreRC5<16>(pby, nTaille, S, 16); break;
@@ -415,11 +417,7 @@ void CCryptRC5::Uncrypt(unsigned char* pby, unsigned long nTaille, const TCle* p
     if (pCle != nullptr) bSetCryptKey(pCle);
     if (pby == nullptr || nTaille == 0) return;
     uint32_t tabPile[kMotsTableMax];
-    const uint32_t* S = m_pdwTable;
-    if (S == nullptr) {
-        _ExpandCle(tabPile);
-        S = tabPile;
-    }
+    const uint32_t* S = _pdwTableOuPile(tabPile);
     switch (m_nTours) {
         case 8: DechiffreRC5<8>(pby, nTaille, S, 8); break;
         case 16: DechiffreRC5<16>(pby, nTaille, S, 16); break;

@@ -83,6 +83,8 @@ private:
     bool __bInitTableCle() noexcept;
     // Expands the stored key into pdwTable (2 * rounds + 2 words).
     void _ExpandCle(uint32_t* pdwTable) const noexcept;
+    // The expanded table, or the stored key expanded into tabPile (kMotsTableMax words) without one.
+    const uint32_t* _pdwTableOuPile(uint32_t* tabPile) noexcept;
     uint32_t m_nTours;
     uint32_t* m_pdwTable = nullptr;  // 2 * rounds + 2 words, null until a key is set
 };
